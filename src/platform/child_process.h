@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace platform {
+
+// How a child process ended.
+struct ChildExit {
+    // The exit code. Linux keeps 8 bits of it; they are sign-extended, so that -1 reads -1 on both systems.
+    std::int32_t code = 0;
+    // The signal that ended the process, 0 when it ended by itself. Always 0 on Windows.
+    std::int32_t signal = 0;
+};
+
+// What to start.
+struct ChildStart {
+    std::string program;      // path of the executable, UTF-8
+    std::string commandTail;  // everything behind the program's name, one text, handed over as it stands; bytes of the
+                              // thread's code page on Windows
+    std::vector<std::pair<std::string, std::string>> environment;  // set over the inherited ones
+    std::string standardOutputPath;  // file to create or empty for it; "" inherits this process's stream
+    std::string standardErrorPath;
+};
+
+// A started child. Destroying the object lets go of the child and does not end it (Linux: a child that was not waited
+// for is then reaped when it ends, or at this process's end).
+// Thread: one at a time, but Kill may come from any thread while another waits.
+class ChildProcess {
+ public:
+    virtual ~ChildProcess() = default;
+
+    virtual std::uint32_t Id() const = 0;
+
+    // Waits for the end; timeoutMs as in NamedEvent::Wait. Nothing when the time ran out. Repeatable.
+    virtual std::optional<ChildExit> WaitForExit(std::uint32_t timeoutMs) = 0;
+
+    // Ends the child at once (code 1 on Windows, SIGKILL on Linux); harmless when it has ended.
+    virtual void Kill() = 0;
+};
+
+class ChildProcesses {
+ public:
+    virtual ~ChildProcesses() = default;
+
+    // Null when the program can't be started; `error` then holds the system's own words for the reason.
+    // On Linux the whole command tail is the child's one argument, left out when it is empty.
+    virtual std::unique_ptr<ChildProcess> Start(const ChildStart& start, std::string& error) = 0;
+};
+
+// The operating system's own.
+ChildProcesses& SystemChildProcesses();
+
+}  // namespace platform

@@ -38,8 +38,12 @@ const std::error_category& GenericCategory() noexcept {
     return category;
 }
 
-std::string GenericErrorText(std::errc code) { return GenericCategory().message(static_cast<int>(code)); }
+std::string GenericErrorText(std::errc code) {
+    return GenericCategory().message(static_cast<int>(code));
+}
 
-void ThrowSystemError(std::errc code) { throw std::system_error(static_cast<int>(code), GenericCategory()); }
+void ThrowSystemError(std::errc code) {
+    throw std::system_error(static_cast<int>(code), GenericCategory());
+}
 
 }  // namespace infra

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstdint>
+
+#include "ipc/records/frame_records.h"
+
+namespace rvo_calyr {
+
+// One frame on its way to a helper. Owns nothing: `data` points into the slot that the frame came in, and is valid
+// while the slot is held. Thread: one at a time.
+class RvoHvqInput {
+ public:
+    // Fills an input slot with this frame: the reverse of reading one. A frame without data, or with more than the
+    // record holds (691,200 bytes), leaves an empty record. `slot` is published by the caller.
+    virtual void CopyToIpcRecord(calyr_ipc::InputSlot& slot) const;
+
+    std::uint8_t temporalEnabled = 0;    // 1: frames may be skipped while the picture stays the same
+    std::uint32_t dataSize = 0;          // bytes in `data`
+    const std::uint8_t* data = nullptr;  // three planes of width × height bytes, one after the other, no row padding
+    calyr_ipc::IpcFrameHeader header{};  // travels as it stands
+};
+
+}  // namespace rvo_calyr

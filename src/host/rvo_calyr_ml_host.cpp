@@ -1,0 +1,205 @@
+#include "host/rvo_calyr_ml_host.h"
+
+#include <utility>
+
+#include "helpers/hvq_input.h"
+#include "host/command_dispatch.h"
+#include "host/log_chunks.h"
+#include "infra/log_line.h"
+
+namespace rvo_calyr {
+namespace {
+
+constexpr bool kKeepOldest = false;  // nothing of this process overtakes what the parent has not read yet
+constexpr int kAttachFailedExitCode = 3;
+constexpr std::int32_t kWatchdogExitCode = -1;
+constexpr std::uint32_t kHeartBeatPeriodMs = 1000;
+constexpr std::uint32_t kForever = 0;         // as a timer's count
+constexpr std::uint32_t kHeartBeatLimit = 6;  // unanswered ones, then the process ends
+constexpr std::uint32_t kBadArguments = 2;    // a status: no family of models has this type
+
+// Wakes both ends of the channel, so that nobody waits on what is about to go.
+template <class Channel>
+void WakeAndRelease(std::shared_ptr<Channel>& channel) {
+    if (channel) channel->Wake();
+    channel.reset();
+}
+
+}  // namespace
+
+RvoCalyrMlHost::RvoCalyrMlHost(const HostSeams& seams)
+    : m_seams(seams), m_timer(seams.threads), m_inputReader(seams.threads) {
+    g_logger.SetLevel(kInfoLevel);
+    g_logger.SetTraceSink(this);
+}
+
+RvoCalyrMlHost::~RvoCalyrMlHost() {
+    m_stop = true;
+    WindDown();
+}
+
+int RvoCalyrMlHost::Attach(const std::string& ipcId) {
+    if (InitIpc(ipcId)) return 0;
+    m_seams.streams.Write(platform::StandardStream::Output, "[RVO_CALYR] InitIpc() fail, ipcId=" + ipcId + "\n");
+    CloseIpc();
+    return kAttachFailedExitCode;
+}
+
+template <class Channel>
+std::shared_ptr<Channel> RvoCalyrMlHost::OpenChannel(const std::string& ipcId, const char* suffix, std::int32_t role) {
+    auto channel = std::make_shared<Channel>(role, m_seams.kernelObjects, m_seams.streams);
+    return channel->Open(ipcId + suffix) ? channel : nullptr;
+}
+
+bool RvoCalyrMlHost::InitIpc(std::string ipcId) {
+    {
+        const std::lock_guard lock(m_ipcMutex);
+        m_commandChannel = OpenChannel<calyr_ipc::CommandChannel>(ipcId, calyr_ipc::kCommandSuffix, ipc::kReceives);
+        if (!m_commandChannel) return false;
+        m_inputChannel = OpenChannel<calyr_ipc::InputChannel>(ipcId, calyr_ipc::kInputSuffix, ipc::kReceives);
+        if (!m_inputChannel) return false;
+        m_eventChannel = OpenChannel<calyr_ipc::EventChannel>(ipcId, calyr_ipc::kEventSuffix, ipc::kSends);
+        if (!m_eventChannel) return false;
+        m_outputChannel = OpenChannel<calyr_ipc::OutputChannel>(ipcId, calyr_ipc::kOutputSuffix, ipc::kSends);
+        if (!m_outputChannel) return false;
+        // Frames are taken from here on, before the log channel stands; the first waits for the lock.
+        m_inputReader.Start(
+            m_inputChannel, [this](const calyr_ipc::InputSlot& slot) { VisitInputSlot(slot); },
+            calyr_ipc::kInputReceiveTimeoutMs);
+    }
+    const std::lock_guard lock(m_logMutex);
+    m_logChannel = OpenChannel<calyr_ipc::LogChannel>(ipcId, calyr_ipc::kLogSuffix, ipc::kSends);
+    return m_logChannel != nullptr;
+}
+
+std::uint32_t RvoCalyrMlHost::Start() {
+    m_pid = platform::CurrentProcessId();
+    m_timer.Start(this, kHeartBeatPeriodMs, kForever);
+    LogLine("RvoCalyrMlHost::Start(), success").Value("pid", m_pid.load()).This(this).Log(kInfoLevel);
+    while (!m_stop) {
+        // Not read under m_ipcMutex, which a frame may hold for long: only this thread sets and clears the pointer.
+        if (const std::shared_ptr<calyr_ipc::CommandChannel> channel = m_commandChannel) {
+            channel->Receive([this](const calyr_ipc::CommandSlot& slot) { DispatchCommand(slot, *this); },
+                             calyr_ipc::kCommandReceiveTimeoutMs);
+        }
+    }
+    LogLine("RvoCalyrMlHost::Start(), exit normally").Value("pid", m_pid.load()).This(this).Log(kInfoLevel);
+    return 0;
+}
+
+std::uint32_t RvoCalyrMlHost::Stop() {
+    m_stop = true;
+    WindDown();
+    return 0;
+}
+
+void RvoCalyrMlHost::WindDown() {
+    m_timer.Stop();
+    m_inputReader.Stop();
+    CloseIpc();
+    g_logger.SetTraceSink(nullptr);
+}
+
+void RvoCalyrMlHost::CloseIpc() {
+    {
+        const std::lock_guard lock(m_ipcMutex);
+        WakeAndRelease(m_commandChannel);
+        WakeAndRelease(m_inputChannel);
+        WakeAndRelease(m_eventChannel);
+        WakeAndRelease(m_outputChannel);
+    }
+    // A thread that waits for room in the log channel holds this lock, and only the parent can let it go on.
+    const std::lock_guard lock(m_logMutex);
+    WakeAndRelease(m_logChannel);
+}
+
+void RvoCalyrMlHost::Init(const _CalyrPortraitOption& option) {
+    const std::lock_guard lock(m_ipcMutex);
+    m_modelType = option.modelType;
+    // The families of models are chosen here. This build has none, so no type is a good one.
+    LogLine("RvoCalyrMlHost::Init() fail, error model type")
+        .Value("option.modelType", option.modelType)
+        .This(this)
+        .Log(kErrorLevel);
+    const std::uint32_t status = kBadArguments;
+    if (m_eventChannel) {
+        const auto writeOnInit = [status](calyr_ipc::EventSlot& slot) {
+            calyr_ipc::IpcEventOnInit& event = slot.As<calyr_ipc::IpcEventOnInit>();
+            event.one = {1, 0};
+            event.pid = platform::CurrentProcessId();
+            event.result = static_cast<std::int32_t>(status);
+            slot.index = 0;
+        };
+        // A parent that does not read its events misses this one, by design.
+        (void)m_eventChannel->Send(writeOnInit, kKeepOldest, calyr_ipc::kEventSendTimeoutMs);
+    }
+    char message[64];
+    infra::TextFormator(message, sizeof(message)) << "RvoCalyrMlHost::Init() ret=" << status;
+    LogLine(message).This(this).Log(kInfoLevel);
+}
+
+void RvoCalyrMlHost::Fini(const calyr_ipc::IpcCommandFini& /*record*/) {
+    LogLine("RvoCalyrMlHost::Fini()").This(this).Log(kInfoLevel);
+}
+
+void RvoCalyrMlHost::AckHeartBeat(const calyr_ipc::IpcCommandAckHeartBeat& /*record*/) {
+    m_heartBeatCount = 0;
+}
+
+void RvoCalyrMlHost::Terminate(const calyr_ipc::IpcCommandTerminate& /*record*/) {
+    LogLine("RvoCalyrMlHost::Terminate()").This(this).Log(kInfoLevel);
+    m_stop = true;  // the exit code stays: 0, unless the watchdog spoke before
+}
+
+void RvoCalyrMlHost::VisitInputSlot(const calyr_ipc::InputSlot& slot) {
+    (void)calyr_ipc::RequireAlternative(slot);
+    const calyr_ipc::RvoCalyrIpcInput& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
+    RvoHvqInput input;
+    input.temporalEnabled = record.temporalEnabled;
+    input.dataSize = record.dataSize;
+    input.data = record.data;
+    input.header = record.header;
+    OnInputFrame(input);
+}
+
+void RvoCalyrMlHost::OnInputFrame(RvoHvqInput& /*input*/) {
+    // Inference and the answer have their place here, under this lock. Without a family of models there is neither, and
+    // the slot goes back unanswered.
+    const std::lock_guard lock(m_ipcMutex);
+}
+
+std::int32_t RvoCalyrMlHost::OnTrace(std::uint32_t level, const char* text) {
+    char prefixBuffer[64];
+    infra::TextFormator prefix(prefixBuffer, sizeof(prefixBuffer));
+    prefix << "[" << m_pid.load() << ":" << platform::CurrentThreadId() << "] ";
+    const std::lock_guard lock(m_logMutex);
+    if (!m_logChannel) return 0;
+    ForEachLogChunk(level, {prefix.Text(), prefix.Length()}, text, [this](const LogChunk& chunk) {
+        // Without a time limit: a line is never lost while the channel is open. A closed one says so at once.
+        (void)m_logChannel->Send([&chunk](calyr_ipc::IpcLogChunk& slot) { chunk.WriteTo(slot); }, kKeepOldest,
+                                 calyr_ipc::kLogSendTimeoutMs);
+    });
+    return 0;
+}
+
+void RvoCalyrMlHost::OnTimer(infra::Timer& /*timer*/) {
+    if (m_heartBeatCount < kHeartBeatLimit) {
+        const std::lock_guard lock(m_ipcMutex);
+        if (m_eventChannel) {
+            const auto writeHeartBeat = [](calyr_ipc::EventSlot& slot) {
+                slot.As<calyr_ipc::IpcEventOnHeartBeat>().meaningless = 0;  // the other bytes keep what the slot held
+                slot.index = 1;
+            };
+            (void)m_eventChannel->Send(writeHeartBeat, kKeepOldest, calyr_ipc::kEventSendTimeoutMs);
+        }
+        ++m_heartBeatCount;  // also when the channel was full: what counts is that nobody answered
+        return;
+    }
+    // The line comes before the flags, and blocks while the log channel is full: a parent that is gone with a full
+    // channel behind it keeps the process, as peers know it.
+    LogLine("RvoCalyrMlHost::OnTimer() heart beat timeout, will terminate process").This(this).Log(kInfoLevel);
+    m_exitCode = kWatchdogExitCode;
+    m_stop = true;
+}
+
+}  // namespace rvo_calyr

@@ -18,7 +18,8 @@
 //           party's last word on its last node, so from then on the list is this side's alone.
 //
 // The classes are plain values over a `Words` type, like pop and push: AtomicWords in a process, a double in a search
-// that runs this very code through every interleaving. They hold no lock; the caller serialises the calls of one object.
+// that runs this very code through every interleaving. They hold no lock; the caller serialises the calls of one
+// object.
 //
 // What the mapping holds is input: an index is checked before it is used, a node that is already in this side's hands
 // is not believed to stand in a list, and nothing here walks a list.

@@ -86,9 +86,8 @@ class SteppedWords {
         return Access([&] { return m_shared.next.at(static_cast<std::size_t>(index)); });
     }
     void StoreNext(std::int32_t index, std::int32_t value) {
-        (void)Access([&] {
-            return m_shared.next.at(static_cast<std::size_t>(index)) = static_cast<std::int8_t>(value);
-        });
+        (void)Access(
+            [&] { return m_shared.next.at(static_cast<std::size_t>(index)) = static_cast<std::int8_t>(value); });
     }
     void StorePrev(std::int32_t, std::int32_t) {}
     void StoreSlot(std::int32_t, std::int32_t) {}
@@ -97,9 +96,8 @@ class SteppedWords {
         return Access([&] { return m_shared.message.at(static_cast<std::size_t>(index)); });
     }
     void WriteSlot(std::int32_t index, std::int32_t message) {
-        (void)Access([&] {
-            return m_shared.message.at(static_cast<std::size_t>(index)) = static_cast<std::int8_t>(message);
-        });
+        (void)Access(
+            [&] { return m_shared.message.at(static_cast<std::size_t>(index)) = static_cast<std::int8_t>(message); });
     }
     void Signal(Event event) {
         (void)Access([&] {
@@ -169,8 +167,8 @@ struct Party {
 
 // What is wrong in one state. The kinds do not exclude each other.
 struct Verdict {
-    bool nodeLost = false;     // in no list, no hand, not aside
-    bool nodeDoubled = false;  // in two of them, or a list runs in a ring
+    bool nodeLost = false;      // in no list, no hand, not aside
+    bool nodeDoubled = false;   // in two of them, or a list runs in a ring
     bool wrongMessage = false;  // the receiver has read something other than the next message
 
     bool Good() const { return !nodeLost && !nodeDoubled && !wrongMessage; }
@@ -201,7 +199,8 @@ class Search {
     static Figures Run(const State& start) {
         Search search;
         search.Visit(start);
-        for (std::size_t i = 0; i < search.m_states.size(); ++i) search.Expand(static_cast<std::uint32_t>(i));
+        for (std::size_t i = 0; i < search.m_states.size(); ++i)
+            search.Expand(static_cast<std::uint32_t>(i));
         search.CountHopeless();
         return search.m_figures;
     }
@@ -239,10 +238,14 @@ class Search {
 
     std::uint32_t Visit(const State& state) {
         m_key.clear();
-        for (const std::int8_t word : state.shared.ends) m_key.push_back(static_cast<char>(word));
-        for (const std::int8_t word : state.shared.next) m_key.push_back(static_cast<char>(word));
-        for (const std::int8_t word : state.shared.message) m_key.push_back(static_cast<char>(word));
-        for (const bool set : state.shared.signalled) m_key.push_back(set ? '\1' : '\0');
+        for (const std::int8_t word : state.shared.ends)
+            m_key.push_back(static_cast<char>(word));
+        for (const std::int8_t word : state.shared.next)
+            m_key.push_back(static_cast<char>(word));
+        for (const std::int8_t word : state.shared.message)
+            m_key.push_back(static_cast<char>(word));
+        for (const bool set : state.shared.signalled)
+            m_key.push_back(set ? '\1' : '\0');
         state.sender.Encode(m_key);
         state.receiver.Encode(m_key);
         const auto [found, isNew] = m_seen.try_emplace(m_key, static_cast<std::uint32_t>(m_states.size()));
@@ -299,11 +302,14 @@ class Search {
     // Backwards from the complete states along all steps.
     void CountHopeless() {
         std::vector<std::uint32_t> first(m_states.size() + 1, 0);
-        for (const auto& [from, to] : m_steps) ++first[to + 1U];
-        for (std::size_t i = 1; i < first.size(); ++i) first[i] += first[i - 1];
+        for (const auto& [from, to] : m_steps)
+            ++first[to + 1U];
+        for (std::size_t i = 1; i < first.size(); ++i)
+            first[i] += first[i - 1];
         std::vector<std::uint32_t> before(m_steps.size());
         std::vector<std::uint32_t> fill(first.begin(), first.end() - 1);
-        for (const auto& [from, to] : m_steps) before[fill[to]++] = from;
+        for (const auto& [from, to] : m_steps)
+            before[fill[to]++] = from;
 
         std::vector<std::uint32_t> open;
         for (std::size_t i = 0; i < m_reaches.size(); ++i) {
@@ -318,7 +324,8 @@ class Search {
                 open.push_back(before[i]);
             }
         }
-        for (const bool reaches : m_reaches) m_figures.hopeless += reaches ? 0U : 1U;
+        for (const bool reaches : m_reaches)
+            m_figures.hopeless += reaches ? 0U : 1U;
     }
 
     std::unordered_map<std::string, std::uint32_t> m_seen;

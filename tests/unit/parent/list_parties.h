@@ -25,12 +25,15 @@ void MakeBy(Words& words, Make how) {
     }
 }
 
-inline void EncodeByte(std::string& key, std::int32_t value) { key.push_back(static_cast<char>(value)); }
+inline void EncodeByte(std::string& key, std::int32_t value) {
+    key.push_back(static_cast<char>(value));
+}
 
 template <std::int32_t N>
 void EncodeQueue(std::string& key, const velmo_parent::NodeQueue<N>& queue) {
     EncodeByte(key, queue.Count());
-    for (std::int32_t i = 0; i < queue.Count(); ++i) EncodeByte(key, queue[i]);
+    for (std::int32_t i = 0; i < queue.Count(); ++i)
+        EncodeByte(key, queue[i]);
 }
 
 template <std::int32_t N>
@@ -40,7 +43,8 @@ void CountNode(PerNode<std::int32_t, N>& places, std::int32_t node) {
 
 template <std::int32_t N>
 void CountQueue(PerNode<std::int32_t, N>& places, const velmo_parent::NodeQueue<N>& queue) {
-    for (std::int32_t i = 0; i < queue.Count(); ++i) CountNode<N>(places, queue[i]);
+    for (std::int32_t i = 0; i < queue.Count(); ++i)
+        CountNode<N>(places, queue[i]);
 }
 
 // Sends messages 1, 2, ... `total`, as channel::Send does.

@@ -190,8 +190,9 @@ TEST(ListSearch, ShowsThatEachRuleIsNeeded) {
     EXPECT_GT((Explore<3, FixedSender, TailTakingReceiver>(4, "fixed sender, receiver that takes the tail")).badStates,
               0U);
     EXPECT_GT((Explore<3, AppendingSender, FixedReceiver>(4, "sender that appends, fixed receiver")).badStates, 0U);
-    EXPECT_GT((Explore<3, HeadFirstSender, FixedReceiver>(4, "sender that writes the head first, fixed receiver")).badStates,
-              0U);
+    EXPECT_GT(
+        (Explore<3, HeadFirstSender, FixedReceiver>(4, "sender that writes the head first, fixed receiver")).badStates,
+        0U);
 }
 
 // The rules are for one side of a channel: our receiver leaves its last message in the list, and our sender waits for

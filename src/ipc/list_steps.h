@@ -80,8 +80,11 @@ class AtomicWords {
 // its maker has not initialised yet. One node per call, so a list that runs in a ring traps nobody.
 template <class Words>
 std::int32_t pop(Words& words, List list) {
+    // The other head first: once it shows that the maker is done, the head that is read behind it is the maker's word.
+    // The other way round a head from before, 0, would pass when the other one has moved on in between.
+    const std::int32_t otherHead = words.Load(OtherList(list), End::Head);
     const std::int32_t head = words.Load(list, End::Head);
-    const bool usable = head >= 0 && head < words.NodeCount() && head != words.Load(OtherList(list), End::Head);
+    const bool usable = head >= 0 && head < words.NodeCount() && head != otherHead;
     if (!usable) {
         words.StoreBusy(list, 0);
         return kNoNode;

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "ipc/channel_layout.h"
+#include "platform/kernel_objects.h"
+#include "platform/threads.h"
+#include "velmo_parent/channel_objects.h"
+#include "velmo_parent/outcome.h"
+#include "velmo_parent/peer_lists.h"
+
+namespace velmo_parent {
+
+// The receiving end of a channel that the process sends on. A thread of this end calls the visitor with each message,
+// in its slot, as soon as it has come.
+template <class T, std::int32_t N>
+class ReceiveEnd {
+ public:
+    // Called on this end's thread, with no lock held. The message lies in shared memory until the visitor returns: what
+    // is read may be anything, and twice read may be two things.
+    using Visitor = std::function<void(const T&)>;
+
+    // The seams must outlive this.
+    ReceiveEnd(platform::KernelObjects& kernelObjects, platform::Threads& threads)
+        : m_threads(threads), m_objects(ipc::kLayoutOf<T, N>, kernelObjects) {}
+    ~ReceiveEnd() { Close(); }
+    ReceiveEnd(const ReceiveEnd&) = delete;
+    ReceiveEnd& operator=(const ReceiveEnd&) = delete;
+
+    // Attaches to the channel `name` or makes it, and starts the thread. Called once, by one thread.
+    Outcome Open(const std::string& name, Visitor visitor) {
+        Outcome outcome = m_objects.Open(name);
+        if (!outcome) return outcome;
+        // A sender that attached while the lists were not there yet waits for a slot, on the log channel for good.
+        if (m_objects.WasMade()) (void)m_objects.Available().Set();
+        m_visitor = std::move(visitor);
+        m_thread = m_threads.Start([this] { Pump(); });
+        if (!m_thread) {
+            m_objects.Close();
+            return Outcome::Failure("no thread for channel " + name);
+        }
+        return outcome;
+    }
+
+    // Waits until the visitor has returned from everything that the process had sent when this was called. Without
+    // limit, if the visitor is. Does nothing on this end's own thread and on an end that isn't open.
+    // Thread: the one that also opens and closes.
+    void Drain() {
+        if (!m_thread || m_thread->IsCurrent()) return;
+        std::unique_lock lock(m_mutex);
+        const std::uint64_t wanted = ++m_roundsWanted;
+        (void)m_objects.Filled().Set();
+        m_roundDone.wait(lock, [&] { return m_roundsDone >= wanted; });
+    }
+
+    // True when the mapping held what no party that keeps the steps can leave there; nothing is received any more.
+    // Thread: any.
+    bool Damaged() const { return m_damaged; }
+
+    // Stops the thread, after the visitor that runs has returned, and lets go of the channel. May be repeated; by one
+    // thread at a time, and never by the visitor.
+    void Close() {
+        if (!m_thread) return;
+        m_stop = true;
+        (void)m_objects.Filled().Set();
+        (void)m_thread->Join();
+        m_thread.reset();
+        m_objects.Close();
+    }
+
+ private:
+    // Looks again after a while even without a signal, which a killed process may have owed.
+    static constexpr std::uint32_t kIdleWaitMs = 500;
+    static constexpr std::uint32_t kNoEventPauseMs = 10;  // in place of a wait that the system refuses
+
+    void Pump() {
+        while (!m_stop) {
+            std::uint64_t wanted = 0;
+            {
+                const std::lock_guard lock(m_mutex);
+                wanted = m_roundsWanted;
+            }
+            DeliverAll();
+            {
+                const std::lock_guard lock(m_mutex);
+                m_roundsDone = wanted;
+            }
+            m_roundDone.notify_all();
+            if (m_objects.Filled().Wait(kIdleWaitMs) == platform::WaitResult::Failed) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(kNoEventPauseMs));
+            }
+        }
+    }
+
+    void DeliverAll() {
+        ipc::AtomicWords words = m_objects.Words();
+        for (std::int32_t node = m_lists.TakeNext(words); node != ipc::kNoNode && !m_stop;
+             node = m_lists.TakeNext(words)) {
+            if (m_visitor) m_visitor(*static_cast<const T*>(static_cast<const void*>(m_objects.SlotAt(node))));
+            GiveBack(words);
+        }
+        // Also without a new message: the process may have used up its free slots since the last look.
+        GiveBack(words);
+        m_damaged = m_lists.Damaged();
+    }
+
+    void GiveBack(ipc::AtomicWords& words) {
+        if (m_lists.GiveBack(words)) (void)m_objects.Available().Set();
+    }
+
+    platform::Threads& m_threads;
+    ChannelObjects m_objects;
+    Visitor m_visitor;
+    std::unique_ptr<platform::Thread> m_thread;  // touched by Open, Drain and Close only
+    ReceiverLists<N> m_lists;                    // touched by the thread only
+    std::atomic<bool> m_stop{false};
+    std::atomic<bool> m_damaged{false};
+    std::mutex m_mutex;  // guards the two counts
+    std::condition_variable m_roundDone;
+    std::uint64_t m_roundsWanted = 0;  // rounds of the thread that somebody waits for
+    std::uint64_t m_roundsDone = 0;
+};
+
+}  // namespace velmo_parent

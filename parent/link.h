@@ -72,9 +72,9 @@ struct InitRequest {
     std::int32_t deviceType = 0;    // 0 "AUTO", 1 "CPU", 2 "GPU", 3 "NPU"
     std::int32_t modelQuality = 0;  // 0 is 256 × 144, 1 is 640 × 360
     std::int32_t modelType = 0;     // model family, 0 to 2
-    std::string modelPath;
-    std::string enginePath;
-    std::string gpuCachePath;
+    std::string modelPath{};
+    std::string enginePath{};
+    std::string gpuCachePath{};
 };
 
 // The program to start. The link adds its id as the command line.

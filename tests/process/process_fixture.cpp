@@ -1,0 +1,128 @@
+#include "process_fixture.h"
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+
+#include "infra/module_directory.h"
+#include "platform/threads.h"
+
+namespace process_tests {
+
+std::string ProgramFolder() {
+    static const int kHere = 0;
+    char folder[1024] = {};
+    if (infra::GetModuleDirectory(&kHere, folder, sizeof(folder)) != 0) return {};
+    return std::string(folder).append(infra::g_pathSeparator);
+}
+
+std::string ProcessProgram() {
+    return ProgramFolder() + VELMOML_PROGRAM;
+}
+
+std::string FreshId(const std::string& tail) {
+    static std::atomic<int> counter{0};
+    return "vt" + std::to_string(platform::CurrentProcessId()) + "-" + std::to_string(++counter) + tail;
+}
+
+std::string FileText(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+ScratchFile::ScratchFile() : m_path(ProgramFolder() + FreshId(".txt")) {}
+
+ScratchFile::~ScratchFile() {
+    (void)std::remove(m_path.c_str());
+}
+
+template <class Condition>
+bool Recorder::Await(Condition condition) {
+    std::unique_lock lock(m_mutex);
+    const auto end = std::chrono::system_clock::now() + std::chrono::milliseconds(kPatienceMs);
+    return m_changed.wait_until(lock, end, condition);
+}
+
+void Recorder::OnHeartBeat() {
+    const std::lock_guard lock(m_mutex);
+    ++m_heartBeats;
+    m_changed.notify_all();
+}
+
+void Recorder::OnInit(std::uint32_t processId, std::int32_t result) {
+    const std::lock_guard lock(m_mutex);
+    m_inits.push_back({processId, result});
+    m_changed.notify_all();
+}
+
+void Recorder::OnLogLine(const velmo_parent::LogLine& line) {
+    const std::lock_guard lock(m_mutex);
+    m_lines.push_back(line);
+    m_changed.notify_all();
+}
+
+void Recorder::OnDamage(const std::string& what) {
+    const std::lock_guard lock(m_mutex);
+    m_damages.push_back(what);
+    m_changed.notify_all();
+}
+
+void Recorder::OnFrameResult(const calyr_ipc::OutputSlot& /*slot*/) {
+    const std::lock_guard lock(m_mutex);
+    ++m_results;
+    m_changed.notify_all();
+}
+
+bool Recorder::AwaitHeartBeats(int count) {
+    return Await([&] { return m_heartBeats >= count; });
+}
+
+bool Recorder::AwaitInits(std::size_t count) {
+    return Await([&] { return m_inits.size() >= count; });
+}
+
+bool Recorder::AwaitLine(const std::string& part, int times) {
+    return Await([&] {
+        int found = 0;
+        for (const velmo_parent::LogLine& line : m_lines)
+            found += line.text.find(part) != std::string::npos ? 1 : 0;
+        return found >= times;
+    });
+}
+
+int Recorder::HeartBeats() const {
+    const std::lock_guard lock(m_mutex);
+    return m_heartBeats;
+}
+
+std::vector<Recorder::InitResult> Recorder::Inits() const {
+    const std::lock_guard lock(m_mutex);
+    return m_inits;
+}
+
+std::vector<velmo_parent::LogLine> Recorder::Lines() const {
+    const std::lock_guard lock(m_mutex);
+    return m_lines;
+}
+
+std::vector<std::string> Recorder::Damages() const {
+    const std::lock_guard lock(m_mutex);
+    return m_damages;
+}
+
+int Recorder::Results() const {
+    const std::lock_guard lock(m_mutex);
+    return m_results;
+}
+
+bool AwaitMapping(const std::string& name) {
+    // There is no event for this: whoever makes a mapping tells nobody.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
+    while (std::chrono::steady_clock::now() < end) {
+        if (platform::SystemKernelObjects().OpenMapping(name, platform::MappingAccess::ReadOnly)) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
+}
+
+}  // namespace process_tests

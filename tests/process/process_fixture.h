@@ -1,0 +1,93 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/child_process.h"
+#include "platform/kernel_objects.h"
+#include "velmo_parent/link.h"
+
+namespace process_tests {
+
+// Long enough for anything on a busy machine; nothing is expected to need it.
+inline constexpr std::uint32_t kPatienceMs = 60'000;
+
+// The folder of this test program, with a separator at its end.
+std::string ProgramFolder();
+
+// The real executable, beside this program.
+std::string ProcessProgram();
+
+// An id that no other run of any test has: made of this process's id and a counter.
+std::string FreshId(const std::string& tail = "");
+
+// The whole file; "" when there is none.
+std::string FileText(const std::string& path);
+
+// A file name in the program's folder for what a child writes; the file goes with the object.
+class ScratchFile {
+ public:
+    ScratchFile();
+    ~ScratchFile();
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    std::string Text() const { return FileText(m_path); }
+
+ private:
+    std::string m_path;
+};
+
+// Keeps what a process says, and lets a test wait for it. Every Await gives up after kPatienceMs and returns false.
+class Recorder final : public velmo_parent::LinkListener {
+ public:
+    struct InitResult {
+        std::uint32_t processId;
+        std::int32_t result;
+    };
+
+    void OnHeartBeat() override;
+    void OnInit(std::uint32_t processId, std::int32_t result) override;
+    void OnLogLine(const velmo_parent::LogLine& line) override;
+    void OnDamage(const std::string& what) override;
+    void OnFrameResult(const calyr_ipc::OutputSlot& slot) override;
+
+    bool AwaitHeartBeats(int count);
+    bool AwaitInits(std::size_t count);
+    bool AwaitLine(const std::string& part, int times = 1);
+
+    int HeartBeats() const;
+    std::vector<InitResult> Inits() const;
+    std::vector<velmo_parent::LogLine> Lines() const;
+    std::vector<std::string> Damages() const;
+    int Results() const;
+
+ private:
+    template <class Condition>
+    bool Await(Condition condition);
+
+    mutable std::mutex m_mutex;  // guards the rest
+    std::condition_variable m_changed;
+    int m_heartBeats = 0;
+    int m_results = 0;
+    std::vector<InitResult> m_inits;
+    std::vector<velmo_parent::LogLine> m_lines;
+    std::vector<std::string> m_damages;
+};
+
+// Waits until a process has made or attached to the mapping `name`, without touching it.
+bool AwaitMapping(const std::string& name);
+
+}  // namespace process_tests

@@ -24,11 +24,11 @@ struct ChildStart {
                               // thread's code page on Windows
     std::vector<std::pair<std::string, std::string>> environment;  // set over the inherited ones
     std::string standardOutputPath;  // file to create or empty for it; "" inherits this process's stream
-    std::string standardErrorPath;
+    std::string standardErrorPath;   // the same; equal paths are one file that both write to in their order
 };
 
-// A started child. Destroying the object lets go of the child and does not end it (Linux: a child that was not waited
-// for is then reaped when it ends, or at this process's end).
+// A started child. Destroying the object lets go of the child and does not end it (Linux: a child that has not
+// ended by then is reaped, once it has, with the next start or the next such destruction, or at this process's end).
 // Thread: one at a time, but Kill may come from any thread while another waits.
 class ChildProcess {
  public:

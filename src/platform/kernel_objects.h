@@ -34,8 +34,9 @@ class NamedMapping {
  public:
     virtual ~NamedMapping() = default;
 
-    // Makes the first `bytes` bytes visible and returns where they begin, aligned to a page. Null when the mapping is
-    // smaller than that (rounded up to whole pages) or the system refused; the error is then in LastError.
+    // Makes the first `bytes` bytes visible and returns where they begin, aligned to a page; an earlier view goes. Null
+    // when the mapping is smaller than that (rounded up to whole pages of 4096 bytes), when bytes is 0, or when the
+    // system refused; the error is then in LastError.
     virtual std::byte* Map(std::uint64_t bytes) = 0;
 
     // Takes the view away; harmless when there is none.
@@ -45,7 +46,8 @@ class NamedMapping {
 enum class MappingAccess { ReadOnly, ReadWrite };
 
 // Where named objects come from. Names are byte strings without NUL; what Windows would refuse (more than 259 bytes, a
-// backslash that is not a namespace prefix) is refused everywhere.
+// backslash that does not end the prefix "Global\" or "Local\") is refused everywhere, and so is an empty name, which
+// nobody could find again. One name must not be used for an event and a mapping.
 // Thread: any.
 class KernelObjects {
  public:
@@ -54,11 +56,11 @@ class KernelObjects {
     // The event of this name, made unsignalled when there is none. Null on failure.
     virtual std::unique_ptr<NamedEvent> CreateOrOpenEvent(const std::string& name) = 0;
 
-    // The mapping of this name. Null when there is none, or on failure.
+    // The mapping of this name. Null when there is none (LastError is then 2 on all systems), or on failure.
     virtual std::unique_ptr<NamedMapping> OpenMapping(const std::string& name, MappingAccess access) = 0;
 
     // The mapping of this name, made zero-filled with `bytes` bytes when there is none. One that exists is opened as it
-    // stands, with the size that it has. Null on failure.
+    // stands, with the size that it has. Null on failure, and when bytes is 0.
     virtual std::unique_ptr<NamedMapping> CreateMapping(const std::string& name, std::uint32_t bytes) = 0;
 
     // The system's number for the calling thread's latest failure here; ask at once. Closing objects keeps it.

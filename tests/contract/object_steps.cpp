@@ -94,7 +94,7 @@ int RunSteps(const std::string& steps) {
     std::istringstream list(steps);
     std::string step;
     for (int number = 1; std::getline(list, step, ';'); ++number) {
-        if (!runner.Run(step)) return number;
+        if (!runner.Run(step)) return kFailedSteps + number;
     }
     return 0;
 }

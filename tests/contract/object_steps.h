@@ -4,8 +4,8 @@
 
 namespace contract {
 
-// What a child does with named objects: steps of blank-separated words, separated by ";". The exit code is 0, or the
-// number of the step that went wrong, counted from 1.
+// What a child does with named objects: steps of blank-separated words, separated by ";". The exit code is 0, or 100
+// and the number of the step that went wrong, counted from 1.
 //   event NAME               opens or makes the event
 //   set NAME | wait NAME     on an event that was opened before; a wait ends with the watchdog
 //   unset NAME               fails when the event is signalled
@@ -15,6 +15,7 @@ namespace contract {
 //   close NAME               lets go of the object
 //   hang                     never ends
 //   churn NAME ROUNDS        comes and goes ROUNDS times as a user of the mapping NAME, see the source
+inline constexpr int kFailedSteps = 100;
 inline constexpr char kStepsRole[] = "steps ";
 
 int RunSteps(const std::string& steps);

@@ -45,7 +45,7 @@ std::optional<ChildExit> Reap(int process) {
     if (result == -1 || info.si_pid == 0) return std::nullopt;
     ChildExit exit;
     if (info.si_code == CLD_EXITED) {
-        exit.code = static_cast<std::int8_t>(info.si_status);
+        exit.code = info.si_status >= 128 ? info.si_status - 256 : info.si_status;
     } else {
         exit.signal = info.si_status;
     }

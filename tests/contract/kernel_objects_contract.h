@@ -443,6 +443,22 @@ TEST_P(KernelObjectsContract, LongNamesThatDifferInTheirLastByteAreDifferentObje
     EXPECT_EQ(*two->Map(1), std::byte{0});
 }
 
+TEST_P(KernelObjectsContract, ANameInUseForOneKindCannotBeHadForTheOther) {
+    const std::string eventName = FreshName("k");
+    const std::string mappingName = FreshName("k");
+    auto event = Event(eventName);
+    const auto mapping = Made(mappingName, 1);
+
+    EXPECT_EQ(Made(eventName, 1), nullptr);
+    EXPECT_NE(m_os->LastError(), 0U);
+    EXPECT_EQ(Opened(eventName), nullptr);
+    EXPECT_EQ(Event(mappingName), nullptr);
+    EXPECT_NE(m_os->LastError(), 0U);
+
+    event.reset();
+    EXPECT_NE(Made(eventName, 1), nullptr);  // free again with its last user
+}
+
 TEST_P(KernelObjectsContract, AnEmptyNameIsRefused) {
     ExpectRefused("");
 }

@@ -175,14 +175,15 @@ class FakeKernelObjects : public platform::KernelObjects {
             return true;
         }
         const std::size_t prefix = name.starts_with("Local\\") ? 6 : name.starts_with("Global\\") ? 7 : 0;
-        if (name.find('\\', prefix) != std::string::npos || name.find('\0') != std::string::npos) {
+        const bool nameless = name.size() == prefix;
+        if (nameless || name.find('\\', prefix) != std::string::npos || name.find('\0') != std::string::npos) {
             Fail(kInvalidName);
             return true;
         }
         return false;
     }
     std::shared_ptr<Object> Find(const std::string& name) const {
-        const auto object = m_objects.find(name);
+        const auto object = m_objects.find(BareName(name));
         return object == m_objects.end() ? nullptr : object->second.lock();
     }
     // Null, with an error, when the name stands for an object of the other kind: they share one name space.
@@ -200,9 +201,11 @@ class FakeKernelObjects : public platform::KernelObjects {
             std::memset(memory, 0, object->bytes);
             object->memory.reset(static_cast<std::byte*>(memory));
         }
-        m_objects[name] = object;
+        m_objects[BareName(name)] = object;
         return object;
     }
+    // This process's own namespace is the one that names without a prefix are in.
+    static std::string BareName(const std::string& name) { return name.starts_with("Local\\") ? name.substr(6) : name; }
     static std::size_t WholePages(std::uint64_t bytes) {
         return static_cast<std::size_t>((bytes + kPageBytes - 1) / kPageBytes * kPageBytes);
     }
@@ -308,8 +311,8 @@ class FakeKernelObjects::Mapping : public platform::NamedMapping {
         const std::lock_guard lock(m_owner.m_mutex);
         m_owner.Record("Map " + m_name + " " + std::to_string(bytes));
         if (m_owner.FailsNow(Call::Map)) return nullptr;
-        if (bytes > m_object->bytes) {
-            m_owner.Fail(kAccessDenied);
+        if (bytes == 0 || bytes > m_object->bytes) {
+            m_owner.Fail(bytes == 0 ? kInvalidParameter : kAccessDenied);
             return nullptr;
         }
         return m_object->memory.get();

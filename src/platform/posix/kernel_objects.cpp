@@ -12,6 +12,8 @@ namespace {
 
 class FileObjects final : public KernelObjects {
  public:
+    FileObjects() { posix::ObjectFile::RemoveLeftovers(); }  // once per process
+
     std::unique_ptr<NamedEvent> CreateOrOpenEvent(const std::string& name) override {
         auto file = posix::ObjectFile::CreateOrOpen(posix::ObjectKind::Event, name, posix::FileEvent::kFileBytes);
         if (!file) return nullptr;

@@ -1,10 +1,12 @@
 #include "platform/posix/object_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <string_view>
 
 #include "platform/posix/last_error.h"
 
@@ -72,6 +74,15 @@ bool StillNames(const std::string& path, const struct stat& facts) {
     return ::lstat(path.c_str(), &now) == 0 && now.st_dev == facts.st_dev && now.st_ino == facts.st_ino;
 }
 
+// Whether the name stands for a living object of the other kind: both share one space of names, as on Windows.
+bool IsUsedAsOtherKind(ObjectKind kind, const std::string& name) {
+    int error = 0;
+    const ObjectKind other = kind == ObjectKind::Event ? ObjectKind::Mapping : ObjectKind::Event;
+    struct stat facts {};
+    const UniqueDescriptor file = OpenOwn(kFolder + ObjectFileName(other, name, error), false, facts);
+    return file && FindOtherUsers(file.Get()) == OtherUsers::Some;
+}
+
 bool StartAfresh(int file, std::uint64_t bytes) {
     const std::uint64_t rounded = (bytes + kPageBytes - 1) / kPageBytes * kPageBytes;
     if (::ftruncate(file, 0) == -1) return false;
@@ -99,6 +110,10 @@ std::optional<ObjectFile> ObjectFile::Enter(ObjectKind kind, const std::string& 
     const std::string fileName = ObjectFileName(kind, name, error);
     if (fileName.empty()) {
         SetLastError(error);
+        return std::nullopt;
+    }
+    if (IsUsedAsOtherKind(kind, name)) {
+        SetLastError(EEXIST);
         return std::nullopt;
     }
     std::string path = kFolder + fileName;
@@ -129,6 +144,25 @@ std::optional<ObjectFile> ObjectFile::Enter(ObjectKind kind, const std::string& 
     }
     SetLastError(errno);
     return std::nullopt;
+}
+
+void ObjectFile::RemoveLeftovers() {
+    DIR* const folder = ::opendir(kFolder);
+    if (folder == nullptr) return;
+    while (const dirent* const entry = ::readdir(folder)) {
+        const std::string_view fileName = entry->d_name;
+        if (!fileName.starts_with(kFilePrefix)) continue;
+        const std::string path = std::string(kFolder).append(fileName);
+        struct stat facts {};
+        struct flock region {};
+        const UniqueDescriptor file = OpenOwn(path, false, facts);
+        // Without waiting: somebody at the gate shows that the object is in use.
+        if (file && Lock(file.Get(), F_OFD_SETLK, F_WRLCK, kGateByte, region) && StillNames(path, facts) &&
+            FindOtherUsers(file.Get()) == OtherUsers::None) {
+            ::unlink(path.c_str());
+        }
+    }
+    ::closedir(folder);
 }
 
 ObjectFile::~ObjectFile() {

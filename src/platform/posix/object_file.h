@@ -15,8 +15,9 @@ namespace platform::posix {
 //   byte 1, the gate   exclusive, held while somebody comes or goes; nothing else is ever done under it
 // Coming and going are thus steps that never overlap. Who comes and finds no user starts the object afresh; who goes
 // last removes the file. A process that was killed left its file but no lock, so the next to come starts afresh as
-// well. The locks belong to the open file and not to the process, so two users in one process are two users. All
-// failures are in LastError. Thread: one at a time per object.
+// well. A name in use for one kind of object can't be had for the other. The locks belong to the open file and not to
+// the process, so two users in one process are two users. All failures are in LastError. Thread: one at a time per
+// object.
 class ObjectFile {
  public:
     // The object of this name, made of `bytes` zero bytes when nobody uses it. The memory is reserved here, so that a
@@ -25,6 +26,10 @@ class ObjectFile {
 
     // The object of this name, nothing (ENOENT) when nobody uses one.
     static std::optional<ObjectFile> OpenExisting(ObjectKind kind, const std::string& name);
+
+    // Removes the files of objects of this user that nobody uses: a pair of which both sides were killed leaves them,
+    // and pixels take megabytes. A later user of such a name would start afresh either way.
+    static void RemoveLeftovers();
 
     ObjectFile(ObjectFile&& other) noexcept = default;
     ObjectFile& operator=(ObjectFile&&) = delete;

@@ -10,6 +10,9 @@ enum class ObjectKind { Event, Mapping };
 inline constexpr std::size_t kMaxObjectNameBytes = 259;
 inline constexpr std::size_t kMaxFileNameBytes = 255;
 
+// What the names of all these files begin with.
+inline constexpr char kFilePrefix[] = "velmoml-";
+
 // The name of the file that stands for an object, without its folder. Object names may hold any byte but NUL, so all
 // but letters, digits, "_", "." and "-" are written as "%" and two upper-case hexadecimal digits, behind a prefix that
 // keeps the kinds apart. A result that no file name can hold is cut and ends in "=" and a hash of the whole name.

@@ -93,6 +93,22 @@ TEST_F(ObjectFiles, OfADeadPairGoWhenSomebodyLooksForTheMapping) {
     EXPECT_FALSE(EventFileExists());
 }
 
+TEST_F(ObjectFiles, OfADeadPairGoWhenSomeOtherProcessUsesItsFirstObject) {
+    ASSERT_NO_FATAL_FAILURE(LeaveADeadPairsFiles());
+    const std::string kept = FreshName("kept");
+    const auto inUse = m_os.CreateMapping(kept, 4096);
+
+    const std::string ready = FreshName("r");
+    const auto readyEvent = m_os.CreateOrOpenEvent(ready);
+    ASSERT_NE(readyEvent, nullptr);
+    const OwnChild child(std::string(kStepsRole) + "event " + ready + ";set " + ready + ";hang");
+    ASSERT_EQ(readyEvent->Wait(kWatchdogMs), WaitResult::Signalled);
+
+    EXPECT_FALSE(EventFileExists());
+    EXPECT_FALSE(MappingFileExists());
+    EXPECT_TRUE(exists(FileOf(ObjectKind::Mapping, kept)));
+}
+
 TEST_F(ObjectFiles, AreNeverReachedThroughALink) {
     const std::filesystem::path target = FileOf(ObjectKind::Mapping, FreshName("target"));
     const std::filesystem::path link = FileOf(ObjectKind::Mapping, m_mapping);

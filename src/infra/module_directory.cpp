@@ -21,7 +21,7 @@ std::int32_t GetModuleDirectory(const void* address, char* buffer, std::size_t s
     if (address == nullptr) {
         return kFailed;
     }
-    std::optional<std::string> path = files.FileOf(address);
+    const std::optional<std::string> path = files.FileOf(address);
     if (!path) {
         return kFailed;
     }
@@ -29,11 +29,11 @@ std::int32_t GetModuleDirectory(const void* address, char* buffer, std::size_t s
     if (separatorAt == std::string::npos) {
         return kFailed;
     }
-    path->resize(separatorAt);
-    if (path->size() >= size) {
+    if (separatorAt >= size) {
         return kBufferTooSmall;
     }
-    std::memcpy(buffer, path->c_str(), path->size() + 1);
+    std::memcpy(buffer, path->data(), separatorAt);
+    buffer[separatorAt] = '\0';
     return kDone;
 }
 

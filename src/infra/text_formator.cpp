@@ -72,6 +72,10 @@ void TextFormator::SetRadix(std::int32_t radix) {
     m_radix = radix;
 }
 
+std::int32_t TextFormator::Radix() const {
+    return m_radix;
+}
+
 const char* TextFormator::Text() const {
     return m_buffer;
 }

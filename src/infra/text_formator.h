@@ -48,6 +48,7 @@ class TextFormator {
 
     // Sets the radix of the next number only, 2 to 36; any other counts as 10.
     void SetRadix(std::int32_t radix);
+    std::int32_t Radix() const;
 
     // The line so far, terminated: the caller's buffer.
     const char* Text() const;

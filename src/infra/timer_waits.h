@@ -16,7 +16,8 @@ class TimerWaits {
 
     // Lets go of `lock`, waits for a wake-up until `deadline`, and locks again. Returns std::errc() after a wake-up,
     // spurious or not, std::errc::timed_out at the deadline, std::errc::operation_not_permitted when `lock` holds
-    // nothing, any other code for a wait that failed.
+    // nothing, any other code for a wait that failed. A wake-up in the last 20 ms may count as the time-out, which is
+    // then still not reported before the deadline.
     virtual std::errc WaitUntil(std::condition_variable_any& condition, std::unique_lock<CheckedMutex>& lock,
                                 std::chrono::system_clock::time_point deadline) = 0;
 

@@ -89,7 +89,7 @@ TEST_F(ChannelBytes, ACommandInTheLastSlotIsReadThere) {
     const auto peer = Offer("idC_shm", image);
     CommandChannel channel(ipc::kReceives, m_os, m_streams);
     Attach(channel, "idC");
-    int last = -1;
+    std::int8_t last = kNoAlternative;
 
     for (int i = 0; i < 32; ++i)
         channel.Receive([&](const CommandSlot& slot) { last = slot.index; }, 0);

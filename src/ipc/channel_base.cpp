@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kNameBytes = 1024;
 
 std::string ObjectName(const std::string& channelName, std::string_view suffix) {
-    std::string name(channelName.c_str());  // as the peer formats it: a NUL ends the text
+    std::string name = channelName.substr(0, channelName.find('\0'));  // as the peer formats it: a NUL ends the text
     name += suffix;
     if (name.size() >= kNameBytes) name.resize(kNameBytes - 1);
     return name;

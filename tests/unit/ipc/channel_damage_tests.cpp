@@ -2,8 +2,6 @@
 
 #include "channel_fixture.h"
 
-using testing::ElementsAre;
-
 namespace {
 
 // A mapping of exactly one page, so that an address sanitizer sees the first byte behind it.

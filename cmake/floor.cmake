@@ -32,8 +32,14 @@ function(velmoml_program name)
 endfunction()
 
 # A GoogleTest program: built to build/<preset>/bin and listed for scripts/test, which runs every program on that list.
+# With OWN_MAIN its sources have a main of their own, as those need that start themselves again as a child.
 function(velmoml_test name)
-  cmake_parse_arguments(TEST "" "" "SOURCES;LINK" ${ARGN})
-  velmoml_program(${name} SOURCES ${TEST_SOURCES} LINK ${TEST_LINK} GTest::gmock_main)
+  cmake_parse_arguments(TEST "OWN_MAIN" "" "SOURCES;LINK" ${ARGN})
+  if(TEST_OWN_MAIN)
+    set(framework GTest::gmock)
+  else()
+    set(framework GTest::gmock_main)
+  endif()
+  velmoml_program(${name} SOURCES ${TEST_SOURCES} LINK ${TEST_LINK} ${framework})
   set_property(GLOBAL APPEND PROPERTY VELMOML_TESTS ${name})
 endfunction()

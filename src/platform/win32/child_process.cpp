@@ -1,0 +1,191 @@
+#include "platform/child_process.h"
+
+#include <windows.h>
+
+#include <array>
+#include <map>
+
+#include "platform/win32/unique_handle.h"
+#include "platform/win32/wide_text.h"
+
+namespace platform {
+namespace {
+
+using win32::ToWide;
+using win32::UniqueHandle;
+
+class CreatedChild final : public ChildProcess {
+ public:
+    CreatedChild(UniqueHandle process, DWORD id) : m_process(std::move(process)), m_id(id) {}
+
+    std::uint32_t Id() const override { return m_id; }
+
+    std::optional<ChildExit> WaitForExit(std::uint32_t timeoutMs) override {
+        if (::WaitForSingleObject(m_process.Get(), timeoutMs) != WAIT_OBJECT_0) return std::nullopt;
+        DWORD code = 0;
+        if (::GetExitCodeProcess(m_process.Get(), &code) == 0) return std::nullopt;
+        return ChildExit{static_cast<std::int32_t>(code), 0};
+    }
+
+    void Kill() override { ::TerminateProcess(m_process.Get(), 1); }
+
+ private:
+    UniqueHandle m_process;
+    DWORD m_id;
+};
+
+struct IgnoringCase {
+    bool operator()(const std::wstring& left, const std::wstring& right) const {
+        return ::CompareStringOrdinal(left.c_str(), -1, right.c_str(), -1, TRUE) == CSTR_LESS_THAN;
+    }
+};
+
+// This process's environment with the changes, as the system takes it: "name=value" texts one behind the other, each
+// terminated, sorted without regard to case, and one more terminator. Names of drives' folders begin with "="
+// themselves.
+std::wstring MergedEnvironment(const std::vector<std::pair<std::string, std::string>>& changes) {
+    std::map<std::wstring, std::wstring, IgnoringCase> variables;
+    wchar_t* const inherited = ::GetEnvironmentStringsW();
+    for (const wchar_t* entry = inherited; entry != nullptr && *entry != L'\0';) {
+        const std::wstring text = entry;
+        const std::size_t equals = text.find(L'=', 1);
+        if (equals != std::wstring::npos) variables[text.substr(0, equals)] = text.substr(equals + 1);
+        entry += text.size() + 1;
+    }
+    if (inherited != nullptr) ::FreeEnvironmentStringsW(inherited);
+    for (const auto& [name, value] : changes)
+        variables[ToWide(CP_UTF8, name)] = ToWide(CP_UTF8, value);
+
+    std::wstring block;
+    for (const auto& [name, value] : variables) {
+        block += name;
+        block += L'=';
+        block += value;
+        block += L'\0';
+    }
+    block += L'\0';
+    return block;
+}
+
+// A handle of this process's own stream that a child can take over; none when the stream has nothing behind it.
+UniqueHandle InheritableStream(DWORD stream) {
+    HANDLE const own = ::GetStdHandle(stream);
+    HANDLE copy = nullptr;
+    if (own == nullptr || own == INVALID_HANDLE_VALUE) return {};
+    HANDLE const self = ::GetCurrentProcess();
+    if (::DuplicateHandle(self, own, self, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS) == 0) return {};
+    return UniqueHandle(copy);
+}
+
+UniqueHandle InheritableFile(const std::string& path) {
+    SECURITY_ATTRIBUTES attributes{sizeof(attributes), nullptr, TRUE};
+    constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    return UniqueHandle(::CreateFileW(ToWide(CP_UTF8, path).c_str(), GENERIC_WRITE, kSharing, &attributes,
+                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
+
+// The three streams of a child, and the system's list that says that it gets these handles and no other, whatever else
+// in this process can be inherited.
+class ChildStreams {
+ public:
+    ChildStreams() = default;
+    ChildStreams(const ChildStreams&) = delete;
+    ChildStreams& operator=(const ChildStreams&) = delete;
+    ~ChildStreams() {
+        if (m_list != nullptr) ::DeleteProcThreadAttributeList(m_list);
+    }
+
+    // False when a file can't be made or the system refuses; the reason is in GetLastError.
+    bool Open(const ChildStart& start) {
+        m_input = InheritableStream(STD_INPUT_HANDLE);
+        const bool outputToFile = !start.standardOutputPath.empty();
+        const bool errorToFile = !start.standardErrorPath.empty();
+        m_output = outputToFile ? InheritableFile(start.standardOutputPath) : InheritableStream(STD_OUTPUT_HANDLE);
+        if (outputToFile && !m_output) return false;
+        m_sameFile = errorToFile && start.standardErrorPath == start.standardOutputPath;
+        if (!m_sameFile) {
+            m_error = errorToFile ? InheritableFile(start.standardErrorPath) : InheritableStream(STD_ERROR_HANDLE);
+            if (errorToFile && !m_error) return false;
+        }
+        return MakeList();
+    }
+
+    // Whether there is any handle to hand over.
+    bool Any() const { return m_count > 0; }
+
+    void Describe(STARTUPINFOEXW& info) {
+        if (!Any()) return;
+        info.StartupInfo.dwFlags |= STARTF_USESTDHANDLES;
+        info.StartupInfo.hStdInput = m_input.Get();
+        info.StartupInfo.hStdOutput = m_output.Get();
+        info.StartupInfo.hStdError = m_sameFile ? m_output.Get() : m_error.Get();
+        info.lpAttributeList = m_list;
+    }
+
+ private:
+    bool MakeList() {
+        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
+            if (*handle) m_handles[m_count++] = handle->Get();
+        }
+        if (m_count == 0) return true;
+        SIZE_T bytes = 0;
+        ::InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
+        m_memory.resize(bytes);
+        auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.data());
+        if (::InitializeProcThreadAttributeList(list, 1, 0, &bytes) == 0) return false;
+        m_list = list;
+        return ::UpdateProcThreadAttribute(m_list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_handles.data(),
+                                           m_count * sizeof(HANDLE), nullptr, nullptr) != 0;
+    }
+
+    UniqueHandle m_input;
+    UniqueHandle m_output;
+    UniqueHandle m_error;
+    bool m_sameFile = false;
+    std::array<HANDLE, 3> m_handles{};
+    std::size_t m_count = 0;
+    std::vector<unsigned char> m_memory;  // what m_list points at
+    LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
+};
+
+class CreatedChildren final : public ChildProcesses {
+ public:
+    std::unique_ptr<ChildProcess> Start(const ChildStart& start, std::string& error) override {
+        ChildStreams streams;
+        PROCESS_INFORMATION created{};
+        const DWORD failure = streams.Open(start) ? Create(start, streams, created) : ::GetLastError();
+        if (failure != ERROR_SUCCESS) {
+            error = win32::ErrorText(failure);
+            return nullptr;
+        }
+        const UniqueHandle thread(created.hThread);
+        return std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
+    }
+
+ private:
+    // Gives the system's error number; asked for at once, before the texts below are released.
+    static DWORD Create(const ChildStart& start, ChildStreams& streams, PROCESS_INFORMATION& created) {
+        const std::wstring program = ToWide(CP_UTF8, start.program);
+        std::wstring commandLine = L"\"" + program + L"\"";
+        if (!start.commandTail.empty()) commandLine += L" " + ToWide(CP_THREAD_ACP, start.commandTail);
+        std::wstring environment = MergedEnvironment(start.environment);
+        STARTUPINFOEXW info{};
+        info.StartupInfo.cb = sizeof(info);
+        streams.Describe(info);
+        constexpr DWORD kFlags = CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT;
+        const BOOL done =
+            ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, streams.Any() ? TRUE : FALSE,
+                             kFlags, environment.data(), nullptr, &info.StartupInfo, &created);
+        return done != 0 ? ERROR_SUCCESS : ::GetLastError();
+    }
+};
+
+}  // namespace
+
+ChildProcesses& SystemChildProcesses() {
+    static CreatedChildren& children =
+        *new CreatedChildren;  // never destroyed: destructors of globals may still come here
+    return children;
+}
+
+}  // namespace platform

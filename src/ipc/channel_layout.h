@@ -56,6 +56,7 @@ constexpr ChannelLayout LayoutOf(std::int32_t slotCount, std::uint32_t stride, s
 }
 
 template <class T, std::int32_t N>
-inline constexpr ChannelLayout kLayoutOf = LayoutOf(N, sizeof(T), alignof(T));
+inline constexpr ChannelLayout kLayoutOf = LayoutOf(N, static_cast<std::uint32_t>(sizeof(T)),
+                                                    static_cast<std::uint32_t>(alignof(T)));
 
 }  // namespace ipc

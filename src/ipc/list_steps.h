@@ -45,9 +45,11 @@ class AtomicWords {
     void StoreBusy(List list, std::uint8_t value) { std::atomic_ref(BusyOf(list)).store(value); }
     std::uint8_t ExchangeBusy(List list, std::uint8_t value) { return std::atomic_ref(BusyOf(list)).exchange(value); }
 
-    // The links of node `index`, which lies in 0 to NodeCount() - 1. The peer writes them with plain stores; relaxed
-    // order is that, without the undefined behaviour. LoadNext acquires, because who finds a link there goes on to read
-    // what was written before it.
+    // The links of node `index`, which lies in 0 to NodeCount() - 1. The peer writes them with plain stores, and on
+    // x86-64 all of these are plain moves too. `next` has an order all the same: who takes the head learns of the node
+    // behind it from this link alone, and goes on to read that node's message, so the load acquires what the release
+    // published. `prev` is read by nobody, and `slot` is written only before the list's ends are published, each by a
+    // full barrier; relaxed order does for both.
     std::int32_t LoadNext(std::int32_t index) {
         return std::atomic_ref(NodeAt(index).next).load(std::memory_order_acquire);
     }

@@ -1,0 +1,302 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <thread>
+
+#include "ipc/channel.h"
+#include "support/fake_kernel_objects.h"
+#include "support/recording_streams.h"
+#include "support/std_threads.h"
+#include "support/watchdog.h"
+#include "velmo_parent/channel_snapshot.h"
+#include "velmo_parent/receive_end.h"
+#include "velmo_parent/send_end.h"
+
+// Our ends against a channel that follows the fixed steps, in one process.
+namespace velmo_parent {
+namespace {
+
+using testing::HasSubstr;
+
+struct Message {
+    std::uint32_t number;
+    std::uint32_t inverse;  // of number: a slot that is written while it is read shows
+    std::uint32_t filling[6];
+};
+
+constexpr std::uint32_t kPatienceMs = 60000;
+
+// As many as take a few seconds; fewer where each is dear.
+constexpr std::uint32_t kMessages = VELMOML_PEER_MESSAGES;
+
+Message Numbered(std::uint32_t number) {
+    Message message{};
+    message.number = number;
+    message.inverse = ~number;
+    for (std::uint32_t& word : message.filling)
+        word = number;
+    return message;
+}
+
+// Counts what doesn't come whole and in order.
+class Checker {
+ public:
+    void See(const Message& message) {
+        const std::uint32_t expected = m_seen.load() + 1;
+        const bool whole = message.inverse == ~message.number &&
+                           std::all_of(std::begin(message.filling), std::end(message.filling),
+                                       [&](std::uint32_t word) { return word == message.number; });
+        if (message.number != expected || !whole) ++m_wrong;
+        m_seen.store(expected);
+    }
+    // Not by std::atomic's own wait: that of the cross compiler's library can miss its wake-up.
+    void AwaitAll(std::uint32_t count) const {
+        while (m_seen < count)
+            std::this_thread::yield();
+    }
+    std::uint32_t Seen() const { return m_seen; }
+    std::uint32_t Wrong() const { return m_wrong; }
+
+ private:
+    std::atomic<std::uint32_t> m_seen{0};
+    std::atomic<std::uint32_t> m_wrong{0};
+};
+
+// How the messages come: one by one, each after the one before has been seen, or in bursts.
+enum class Pace { OneByOne, Bursts, Flood };
+
+template <std::int32_t N>
+class PeerChannelRun {
+ public:
+    using Fixed = ipc::channel<Message, N>;
+
+    PeerChannelRun() { m_os.StopRecording(); }
+
+    void ReceiveFromFixed(Pace pace, std::uint32_t count) {
+        const support::Watchdog watchdog;
+        ReceiveEnd<Message, N> ours(m_os, m_threads);
+        ASSERT_TRUE(ours.Open("x", [this](const Message& message) { m_checker.See(message); }));
+        Fixed fixed(ipc::kSends, m_os, m_streams);
+        ASSERT_TRUE(fixed.Open("x"));
+
+        for (std::uint32_t number = 1; number <= count; ++number) {
+            ASSERT_TRUE(fixed.Send([&](Message& slot) { slot = Numbered(number); }, false, kPatienceMs));
+            Rest(pace, number);
+        }
+        ours.Drain();
+
+        EXPECT_EQ(m_checker.Seen(), count);
+        EXPECT_EQ(m_checker.Wrong(), 0U);
+        EXPECT_FALSE(ours.Damaged());
+        // All slots are still there: the sender gets N - 1 with nobody taking part but our thread, over and over.
+        for (std::uint32_t number = count + 1; number <= count + 3 * N; ++number) {
+            ASSERT_TRUE(fixed.Send([&](Message& slot) { slot = Numbered(number); }, false, kPatienceMs));
+        }
+        ours.Drain();
+        EXPECT_EQ(m_checker.Wrong(), 0U);
+        ExpectAllNodesAccountedFor(1);
+    }
+
+    void SendToFixed(Pace pace, std::uint32_t count) {
+        const support::Watchdog watchdog;
+        SendEnd<Message, N> ours(m_os, m_threads);
+        ASSERT_TRUE(ours.Open("x"));
+        Fixed fixed(ipc::kReceives, m_os, m_streams);
+        ASSERT_TRUE(fixed.Open("x"));
+        std::thread receiver([&] {
+            while (m_checker.Seen() < count) {
+                fixed.Receive([this](const Message& message) { m_checker.See(message); }, kPatienceMs);
+            }
+        });
+
+        for (std::uint32_t number = 1; number <= count; ++number) {
+            while (ours.Send([&](Message& slot) { slot = Numbered(number); }) == SendResult::Full) {
+                std::this_thread::yield();
+            }
+            Rest(pace, number);
+        }
+        receiver.join();
+
+        EXPECT_EQ(m_checker.Seen(), count);
+        EXPECT_EQ(m_checker.Wrong(), 0U);
+        EXPECT_FALSE(ours.Damaged());
+        EXPECT_EQ(ours.Waiting(), 0);
+        ExpectAllNodesAccountedFor(0);
+        for (std::int32_t i = 0; i < N - 1; ++i)
+            EXPECT_EQ(ours.Send(nullptr), SendResult::Sent);
+        EXPECT_EQ(ours.Send(nullptr), SendResult::Full);
+    }
+
+ private:
+    void Rest(Pace pace, std::uint32_t number) {
+        if (pace == Pace::OneByOne || (pace == Pace::Bursts && number % (2 * N + 1) == 0)) m_checker.AwaitAll(number);
+    }
+
+    // Nobody is at work: what stands in no list is what our receiver keeps aside.
+    void ExpectAllNodesAccountedFor(std::size_t heldBack) {
+        constexpr ipc::ChannelLayout kLayout = ipc::kLayoutOf<Message, N>;
+        const ChannelSnapshot snapshot =
+            TakeSnapshot(std::span<const std::byte>(m_os.Memory("x_shm"), kLayout.mappingSize), kLayout);
+        EXPECT_EQ(snapshot.free.shape, ListShape::Whole);
+        EXPECT_EQ(snapshot.used.shape, ListShape::Whole);
+        EXPECT_EQ(snapshot.used.nodes.size(), heldBack);
+        EXPECT_TRUE(snapshot.inBoth.empty());
+        EXPECT_EQ(snapshot.free.nodes.size() + snapshot.used.nodes.size() + snapshot.inHand.size(),
+                  static_cast<std::size_t>(N));
+        if (heldBack == 0) {
+            EXPECT_TRUE(snapshot.inHand.empty());
+        }
+    }
+
+    support::FakeKernelObjects m_os;
+    support::StdThreads m_threads;
+    support::RecordingStreams m_streams;
+    Checker m_checker;
+};
+
+TEST(PeerChannel, ReceivesEveryMessageOnceAndInOrderInAFlood) {
+    PeerChannelRun<2>().ReceiveFromFixed(Pace::Flood, kMessages / 4);
+    PeerChannelRun<5>().ReceiveFromFixed(Pace::Flood, kMessages);
+    PeerChannelRun<32>().ReceiveFromFixed(Pace::Flood, kMessages);
+}
+
+TEST(PeerChannel, ReceivesEveryMessageOnceAndInOrderInBursts) {
+    PeerChannelRun<3>().ReceiveFromFixed(Pace::Bursts, kMessages / 4);
+    PeerChannelRun<30>().ReceiveFromFixed(Pace::Bursts, kMessages);
+}
+
+TEST(PeerChannel, ReceivesEveryMessageOnceAndInOrderOneByOne) {
+    PeerChannelRun<5>().ReceiveFromFixed(Pace::OneByOne, kMessages / 8);
+}
+
+TEST(PeerChannel, SendsEveryMessageOnceAndInOrderInAFlood) {
+    PeerChannelRun<2>().SendToFixed(Pace::Flood, kMessages / 8);
+    PeerChannelRun<5>().SendToFixed(Pace::Flood, kMessages / 2);
+    PeerChannelRun<32>().SendToFixed(Pace::Flood, kMessages);
+}
+
+TEST(PeerChannel, SendsEveryMessageOnceAndInOrderInBursts) {
+    PeerChannelRun<3>().SendToFixed(Pace::Bursts, kMessages / 8);
+    PeerChannelRun<5>().SendToFixed(Pace::Bursts, kMessages / 4);
+}
+
+TEST(PeerChannel, SendsEveryMessageOnceAndInOrderOneByOne) {
+    PeerChannelRun<5>().SendToFixed(Pace::OneByOne, kMessages / 8);
+}
+
+class PeerChannelOpen : public testing::Test {
+ protected:
+    support::FakeKernelObjects m_os;
+    support::StdThreads m_threads;
+    support::RecordingStreams m_streams;
+};
+
+TEST_F(PeerChannelOpen, AttachesToAChannelThatTheOtherSideHasMade) {
+    const support::Watchdog watchdog;
+    ipc::channel<Message, 5> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    ASSERT_TRUE(fixed.Send([](Message& slot) { slot = Numbered(1); }, false, 0));
+    Checker checker;
+    ReceiveEnd<Message, 5> ours(m_os, m_threads);
+
+    ASSERT_TRUE(ours.Open("x", [&](const Message& message) { checker.See(message); }));
+    ours.Drain();
+
+    EXPECT_EQ(checker.Seen(), 1U);  // it was there already
+    EXPECT_EQ(checker.Wrong(), 0U);
+}
+
+TEST_F(PeerChannelOpen, WakesASenderThatCameBeforeTheListsWereThere) {
+    const support::Watchdog watchdog;
+    ReceiveEnd<Message, 5> ours(m_os, m_threads);
+    ASSERT_TRUE(ours.Open("x", nullptr));
+    EXPECT_TRUE(m_os.IsSet("x_evt_avl"));
+}
+
+TEST_F(PeerChannelOpen, SetsNoEventWhenItOnlyAttaches) {
+    const support::Watchdog watchdog;
+    ipc::channel<Message, 5> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    ReceiveEnd<Message, 5> ours(m_os, m_threads);
+    ASSERT_TRUE(ours.Open("x", nullptr));
+    EXPECT_FALSE(m_os.IsSet("x_evt_avl"));
+}
+
+TEST_F(PeerChannelOpen, LeavesAChannelAloneThatAppearsWhileItIsOpened) {
+    const support::Watchdog watchdog;
+    ipc::channel<Message, 5> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    ASSERT_TRUE(fixed.Send([](Message& slot) { slot = Numbered(1); }, false, 0));
+    m_os.FailNext(support::Call::OpenMapping, support::kFileNotFound);
+    Checker checker;
+    ReceiveEnd<Message, 5> ours(m_os, m_threads);
+
+    ASSERT_TRUE(ours.Open("x", [&](const Message& message) { checker.See(message); }));
+    ours.Drain();
+
+    EXPECT_EQ(checker.Seen(), 1U);
+}
+
+TEST_F(PeerChannelOpen, SaysWhatCouldNotBeHad) {
+    struct Case {
+        support::Call call;
+        int spared;
+        const char* what;
+    };
+    for (const Case& one : {Case{support::Call::CreateOrOpenEvent, 0, "event x_evt_avl, error 8"},
+                            Case{support::Call::CreateOrOpenEvent, 1, "event x_evt_fld, error 8"},
+                            Case{support::Call::CreateMapping, 0, "mapping x_shm, error 8"},
+                            Case{support::Call::Map, 0, "view of mapping x_shm, error 8"}}) {
+        m_os.FailNext(one.call, support::kNotEnoughMemory, one.spared);
+        SendEnd<Message, 5> sender(m_os, m_threads);
+        EXPECT_THAT(sender.Open("x").Why(), HasSubstr(one.what));
+        EXPECT_EQ(m_os.LiveObjects(), 0);
+        EXPECT_EQ(sender.Send(nullptr), SendResult::Closed);
+    }
+    EXPECT_EQ(m_threads.Started(), 0);
+}
+
+TEST_F(PeerChannelOpen, FailsWithoutAThread) {
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    ReceiveEnd<Message, 5> receiver(m_os, m_threads);
+    m_threads.FailNextStart();
+    EXPECT_THAT(sender.Open("x").Why(), HasSubstr("no thread"));
+    m_threads.FailNextStart();
+    EXPECT_THAT(receiver.Open("y", nullptr).Why(), HasSubstr("no thread"));
+    EXPECT_EQ(m_os.LiveObjects(), 0);
+}
+
+TEST_F(PeerChannelOpen, AnswersClosedAfterClose) {
+    const support::Watchdog watchdog;
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    ASSERT_TRUE(sender.Open("x"));
+    sender.Close();
+    sender.Close();
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Closed);
+    EXPECT_EQ(m_os.LiveObjects(), 0);
+    EXPECT_EQ(m_threads.Joined(), 1);
+}
+
+TEST_F(PeerChannelOpen, SendsNothingOnceTheListsAreDamaged) {
+    const support::Watchdog watchdog;
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    ASSERT_TRUE(sender.Open("x"));
+    // Node 0 now leads out of range.
+    const std::int32_t wrong = 77;
+    ipc::AtomicWords words(
+        *static_cast<ipc::channel_header*>(static_cast<void*>(m_os.Memory("x_shm"))),
+        std::span(static_cast<ipc::channel_node*>(static_cast<void*>(m_os.Memory("x_shm") + 24)), 5));
+    words.StoreNext(0, wrong);
+
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Closed);
+    EXPECT_TRUE(sender.Damaged());
+}
+
+}  // namespace
+}  // namespace velmo_parent

@@ -72,7 +72,7 @@ std::string ResultFields(const Record& record) {
 }  // namespace
 
 std::string Describe(const calyr_ipc::CommandSlot& slot) {
-    const std::int32_t index = ipc::ReadOnce(slot.index);
+    const std::int8_t index = ipc::ReadOnce(slot.index);
     switch (index) {
         case 0: {
             const auto& record = slot.As<calyr_ipc::IpcCommandInit>();
@@ -92,7 +92,7 @@ std::string Describe(const calyr_ipc::CommandSlot& slot) {
 }
 
 std::string Describe(const calyr_ipc::InputSlot& slot) {
-    const std::int32_t index = ipc::ReadOnce(slot.index);
+    const std::int8_t index = ipc::ReadOnce(slot.index);
     if (index != 0) return NoSuchIndex(index);
     const auto& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
     const std::uint32_t size = ipc::ReadOnce(record.dataSize);
@@ -101,7 +101,7 @@ std::string Describe(const calyr_ipc::InputSlot& slot) {
 }
 
 std::string Describe(const calyr_ipc::EventSlot& slot) {
-    const std::int32_t index = ipc::ReadOnce(slot.index);
+    const std::int8_t index = ipc::ReadOnce(slot.index);
     switch (index) {
         case 0: {
             const auto& record = slot.As<calyr_ipc::IpcEventOnInit>();
@@ -115,7 +115,7 @@ std::string Describe(const calyr_ipc::EventSlot& slot) {
 }
 
 std::string Describe(const calyr_ipc::OutputSlot& slot) {
-    const std::int32_t index = ipc::ReadOnce(slot.index);
+    const std::int8_t index = ipc::ReadOnce(slot.index);
     switch (index) {
         case 0:
             return "mask result" + ResultFields(slot.As<calyr_ipc::RvoInhouseIpcOutput>());

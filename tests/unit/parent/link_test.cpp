@@ -9,15 +9,18 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "ipc/channels.h"
+#include "platform/threads.h"
 #include "support/fake_kernel_objects.h"
 #include "support/recording_streams.h"
 #include "support/std_threads.h"
 #include "support/watchdog.h"
+#include "velmo_tool/inspect.h"
 
 namespace velmo_parent {
 namespace {
@@ -407,6 +410,35 @@ TEST_F(LinkTest, NamesTheChannelsThatAreDamaged) {
     EXPECT_EQ(m_link.Terminate(), SendResult::Closed);
     EXPECT_EQ(m_link.SubmitFrame(nullptr), SendResult::Closed);
     EXPECT_EQ(m_link.DamagedChannels(), "C FI");
+}
+
+// The same over the operating system's own objects, and somebody looks at them meanwhile.
+TEST(LinkOverTheSystem, TalksBothWaysAndCanBeInspected) {
+    const support::Watchdog watchdog;
+    const std::string id = "velmo-link-test-" + std::to_string(platform::CurrentProcessId());
+    support::RecordingStreams streams;
+    RecordingListener listener;
+    Link link(id, listener);
+    ASSERT_TRUE(link.Open());
+    calyr_ipc::CommandChannel commands(ipc::kReceives, platform::SystemKernelObjects(), streams);
+    calyr_ipc::EventChannel events(ipc::kSends, platform::SystemKernelObjects(), streams);
+    ASSERT_TRUE(commands.Open(id + "C"));
+    ASSERT_TRUE(events.Open(id + "E"));
+    EXPECT_THAT(streams.Output(), IsEmpty());
+
+    for (int i = 0; i < 300; ++i) {
+        ASSERT_TRUE(events.Send([](EventSlot& slot) { slot.index = 1; }, false, 60000));
+        std::int8_t answer = -1;
+        commands.Receive([&](const CommandSlot& slot) { answer = slot.index; }, 60000);
+        ASSERT_EQ(answer, 3);
+    }
+    std::ostringstream out;
+    std::ostringstream errors;
+    EXPECT_EQ(velmo_tool::Inspect(id, platform::SystemKernelObjects(), out, errors), 0) << out.str();
+    link.Drain();
+
+    EXPECT_EQ(listener.Heard().size(), 300U);
+    EXPECT_THAT(out.str(), HasSubstr("oldest: OnHeartBeat"));
 }
 
 }  // namespace

@@ -205,7 +205,7 @@ TEST(ListSearch, ShowsThatTwoOfOurEndsStandStillAfterOneMessage) {
     EXPECT_GT(two.stuck, 0U);
 }
 
-// Without the rules every kind of damage is within reach. Six messages are left out: millions of states would show
+// Without the rules every kind of damage is within reach. Six messages are left out: two million states would show
 // nothing new.
 TEST(ListSearch, ShowsWhatTheFixedStepsLoseAmongThemselves) {
     for (std::int32_t messages = 2; messages <= kMostForFixedSteps; ++messages) {

@@ -82,12 +82,30 @@ TEST(Pop, TakesTheFirstOfSeveralNodesStepByStep) {
 
     EXPECT_EQ(ipc::pop(words, List::Free), 0);
 
-    EXPECT_THAT(words.m_diary, ElementsAre("load free.head", "load used.head", "swap free.tail 0 to -1", "load next 0",
+    EXPECT_THAT(words.m_diary, ElementsAre("load used.head", "load free.head", "swap free.tail 0 to -1", "load next 0",
                                            "swap free.head 0 to 1", "exchange free.busy 0"));
     EXPECT_EQ(words.EndOf(List::Free, End::Head), 1);
     EXPECT_EQ(words.EndOf(List::Free, End::Tail), 2);
     EXPECT_EQ(words.m_busy[0], 0);
     EXPECT_EQ(words.m_busy[1], 1);
+}
+
+// A maker that is at work while this side looks: its first word to this side is that the other list's head is not 0 any
+// more, and the head of this list that was read before that is still a zero of nobody's.
+TEST(Pop, TakesNothingFromAMappingThatIsInitialisedUnderItsEyes) {
+    DiaryWords words;
+    words.m_ends[0] = {0, 0};
+    words.m_ends[1] = {0, 0};
+    words.m_interfereAt = 1;
+    words.m_interfere = [&] {  // the maker finishes, takes node 0, fills it, and is about to give it: tail before head
+        words.m_ends[0] = {1, 2};
+        words.m_ends[1] = {kNoNode, 0};
+    };
+
+    EXPECT_EQ(ipc::pop(words, List::Used), kNoNode);
+
+    EXPECT_EQ(words.EndOf(List::Used, End::Head), kNoNode);
+    EXPECT_EQ(words.EndOf(List::Used, End::Tail), 0);
 }
 
 TEST(Pop, TakesTheOnlyNodeAndEmptiesBothEnds) {
@@ -105,7 +123,7 @@ TEST(Pop, OfAnEmptyListClearsTheBusyByteAndTouchesNothingElse) {
 
     EXPECT_EQ(ipc::pop(words, List::Used), kNoNode);
 
-    EXPECT_THAT(words.m_diary, ElementsAre("load used.head", "store used.busy 0"));
+    EXPECT_THAT(words.m_diary, ElementsAre("load free.head", "load used.head", "store used.busy 0"));
     EXPECT_EQ(words.m_busy[1], 0);
 }
 
@@ -147,7 +165,7 @@ TEST(Pop, ReportsNoNodeWhenBothHeadsAreOnOneNode) {
 
     EXPECT_EQ(ipc::pop(words, List::Free), kNoNode);
 
-    EXPECT_THAT(words.m_diary, ElementsAre("load free.head", "load used.head", "store free.busy 0"));
+    EXPECT_THAT(words.m_diary, ElementsAre("load used.head", "load free.head", "store free.busy 0"));
 }
 
 TEST(Push, OntoAnEmptyListSetsBothEndsStepByStep) {

@@ -87,7 +87,8 @@ TEST_F(InspectCommand, ReportsDamageCalmly) {
     calyr_ipc::EventChannel events(ipc::kSends, m_os, m_streams);
     ASSERT_TRUE(events.Open("idE"));
     const std::int32_t backToTheStart = 0;
-    std::memcpy(m_os.Memory("idE_shm") + 24 + 31 * 12, &backToTheStart, sizeof backToTheStart);
+    // The link of node 31, the last one.
+    std::memcpy(m_os.Memory("idE_shm") + 396, &backToTheStart, sizeof backToTheStart);
 
     EXPECT_EQ(Run(), 2);
 
@@ -98,8 +99,8 @@ TEST_F(InspectCommand, ReportsNodesInBothListsAndWrongNumbers) {
     calyr_ipc::EventChannel events(ipc::kSends, m_os, m_streams);
     ASSERT_TRUE(events.Open("idE"));
     const std::int32_t five = 5;
-    std::memcpy(m_os.Memory("idE_shm") + 12, &five, sizeof five);               // used head
-    std::memcpy(m_os.Memory("idE_shm") + 24 + 7 * 12 + 8, &five, sizeof five);  // slot of node 7
+    std::memcpy(m_os.Memory("idE_shm") + 12, &five, sizeof five);   // used head
+    std::memcpy(m_os.Memory("idE_shm") + 116, &five, sizeof five);  // slot of node 7
 
     EXPECT_EQ(Run(), 2);
 

@@ -30,11 +30,8 @@ void StoreInstance(void* instance) {
     g_instance = instance;
 }
 
-int RunProcess(const std::string& cmdLine) {
-    LoadStartStrings(g_instance, platform::SystemStringResources(), g_startStrings);
+int RunHost(const std::string& cmdLine, rvo_calyr::RvoCalyrMlHost& host) {
     const std::string ipcId = Trim(cmdLine);
-
-    rvo_calyr::RvoCalyrMlHost& host = rvo_calyr::RvoCalyrMlHost::GetInstance();
     if (const int exitCode = host.Attach(ipcId); exitCode != 0) {
         LogAttachFailure(cmdLine, ipcId);  // goes nowhere while there is no log channel: the sink drops it
         return exitCode;
@@ -42,6 +39,11 @@ int RunProcess(const std::string& cmdLine) {
     (void)host.Start();
     (void)host.Stop();
     return host.ExitCode();
+}
+
+int RunProcess(const std::string& cmdLine) {
+    LoadStartStrings(g_instance, platform::SystemStringResources(), g_startStrings);
+    return RunHost(cmdLine, rvo_calyr::RvoCalyrMlHost::GetInstance());
 }
 
 }  // namespace app

@@ -6,6 +6,10 @@ namespace platform {
 class StringResources;
 }
 
+namespace rvo_calyr {
+class RvoCalyrMlHost;
+}
+
 namespace app {
 
 // The two string resources that the start asks for. The executable carries no string table, so both stay empty.
@@ -25,5 +29,8 @@ void StoreInstance(void* instance);
 // Terminate command, 3 when a channel can't be opened, -1 when the heartbeat watchdog gave up.
 // Thread: the entry thread, once. What it throws ends the process (see InstallTerminateHandler).
 int RunProcess(const std::string& cmdLine);
+
+// The part of it that begins with the host: attaches it to the id in `cmdLine`, lets it run and stop.
+int RunHost(const std::string& cmdLine, rvo_calyr::RvoCalyrMlHost& host);
 
 }  // namespace app

@@ -1,28 +1,35 @@
 #include "app/terminate_handler.h"
 
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
-#include <string>
 
 #include "platform/standard_streams.h"
 
 namespace app {
 namespace {
 
-[[noreturn]] void EndProcess() {
-    std::string line = "velmoml ends: ";
-    if (const std::exception_ptr exception = std::current_exception()) {
-        try {
-            std::rethrow_exception(exception);
-        } catch (const std::exception& error) {
-            line += std::string("uncaught exception: ") + error.what();
-        } catch (...) {
-            line += "uncaught exception of an unknown type";
-        }
-    } else {
-        line += "terminate was called without an exception";
+// Built on the stack: the reason may be that there is no memory.
+constexpr std::size_t kLineBytes = 512;
+
+void DescribeCurrentException(char (&line)[kLineBytes]) noexcept {
+    if (!std::current_exception()) {
+        (void)std::snprintf(line, kLineBytes, "velmoml ends: terminate was called without an exception\n");
+        return;
     }
-    platform::SystemStandardStreams().Write(platform::StandardStream::Error, line + "\n");
+    try {
+        throw;
+    } catch (const std::exception& error) {
+        (void)std::snprintf(line, kLineBytes, "velmoml ends: uncaught exception: %.400s\n", error.what());
+    } catch (...) {
+        (void)std::snprintf(line, kLineBytes, "velmoml ends: uncaught exception of an unknown type\n");
+    }
+}
+
+[[noreturn]] void EndProcess() {
+    char line[kLineBytes] = {};
+    DescribeCurrentException(line);
+    platform::SystemStandardStreams().Write(platform::StandardStream::Error, line);
     std::_Exit(kUncaughtExceptionExitCode);
 }
 

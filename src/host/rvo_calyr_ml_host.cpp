@@ -6,6 +6,7 @@
 #include "host/command_dispatch.h"
 #include "host/log_chunks.h"
 #include "infra/log_line.h"
+#include "ipc/read_once.h"
 
 namespace rvo_calyr {
 namespace {
@@ -16,7 +17,9 @@ constexpr std::int32_t kWatchdogExitCode = -1;
 constexpr std::uint32_t kHeartBeatPeriodMs = 1000;
 constexpr std::uint32_t kForever = 0;         // as a timer's count
 constexpr std::uint32_t kHeartBeatLimit = 6;  // unanswered ones, then the process ends
-constexpr std::uint32_t kBadArguments = 2;    // a status: no family of models has this type
+constexpr std::int32_t kFamilies = 3;         // model types 0, 1 and 2
+constexpr std::uint32_t kBadArguments = 2;    // statuses of Init
+constexpr std::uint32_t kNoEngine = 3;
 
 // Wakes both ends of the channel, so that nobody waits on what is about to go.
 template <class Channel>
@@ -116,12 +119,14 @@ void RvoCalyrMlHost::CloseIpc() {
 void RvoCalyrMlHost::Init(const _CalyrPortraitOption& option) {
     const std::lock_guard lock(m_ipcMutex);
     m_modelType = option.modelType;
-    // The families of models are chosen here. This build has none, so no type is a good one.
-    LogLine("RvoCalyrMlHost::Init() fail, error model type")
+    // The families of models are chosen here. This version holds none of them, which it says aloud.
+    const bool isFamily = option.modelType >= 0 && option.modelType < kFamilies;
+    const std::uint32_t status = isFamily ? kNoEngine : kBadArguments;
+    LogLine(isFamily ? "RvoCalyrMlHost::Init() fail, this version holds no model family"
+                     : "RvoCalyrMlHost::Init() fail, error model type")
         .Value("option.modelType", option.modelType)
         .This(this)
         .Log(kErrorLevel);
-    const std::uint32_t status = kBadArguments;
     if (m_eventChannel) {
         const auto writeOnInit = [status](calyr_ipc::EventSlot& slot) {
             calyr_ipc::IpcEventOnInit& event = slot.As<calyr_ipc::IpcEventOnInit>();
@@ -155,8 +160,8 @@ void RvoCalyrMlHost::VisitInputSlot(const calyr_ipc::InputSlot& slot) {
     (void)calyr_ipc::RequireAlternative(slot);
     const calyr_ipc::RvoCalyrIpcInput& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
     RvoHvqInput input;
-    input.temporalEnabled = record.temporalEnabled;
-    input.dataSize = record.dataSize;
+    input.temporalEnabled = ipc::ReadOnce(record.temporalEnabled);
+    input.dataSize = ipc::ReadOnce(record.dataSize);
     input.data = record.data;
     input.header = record.header;
     OnInputFrame(input);

@@ -194,7 +194,8 @@ TEST(TwoLinks, KeepApartWhenOneIdBeginsWithTheOther) {
     ASSERT_TRUE(exit);
     EXPECT_EQ(exit->code, 0);
     EXPECT_TRUE(second.AwaitHeartBeats(second.HeartBeats() + 1));
-    for (const auto& line : second.Lines()) EXPECT_EQ(line.processId, longLink.ProcessId());
+    for (const auto& line : second.Lines())
+        EXPECT_EQ(line.processId, longLink.ProcessId());
     (void)longLink.Terminate();
     EXPECT_TRUE(longLink.WaitForExit(kPatienceMs));
 }
@@ -233,7 +234,9 @@ TEST_F(HeartBeat, CountsAnewFromTheLastAnswer) {
     ASSERT_TRUE(m_recorder.AwaitHeartBeats(5));
     (void)m_link.AcknowledgeHeartBeats();
     EXPECT_EQ(ExitCode(), -1);
-    EXPECT_EQ(m_recorder.HeartBeats(), 11);
+    // Six after the answer, which the process may have got before or after the next tick.
+    EXPECT_GE(m_recorder.HeartBeats(), 11);
+    EXPECT_LE(m_recorder.HeartBeats(), 12);
 }
 
 TEST(HeartBeatAlone, EndsAProcessThatNobodyEverAttachedTo) {

@@ -6,16 +6,13 @@
 #include <vector>
 
 #include "child_roles.h"
+#include "platform/command_tail.h"
 
-// The tests start this program again as the other process. The command line's tail is then "role" and its words, which
-// arrive as one argument on Linux and as several on Windows.
+// The tests start this program again as the other process; its command line is then "role" and what follows.
 int main(int argumentCount, char** arguments) {
-    std::string tail;
-    for (int i = 1; i < argumentCount; ++i)
-        tail += std::string(i > 1 ? " " : "") + arguments[i];
-    std::istringstream stream(tail);
+    std::istringstream tail(platform::CommandTail(argumentCount, arguments));
     std::vector<std::string> words;
-    for (std::string word; stream >> word;)
+    for (std::string word; tail >> word;)
         words.push_back(word);
     if (!words.empty() && words[0] == "role") return process_tests::RunRole({words.begin() + 1, words.end()});
 

@@ -83,10 +83,11 @@ class FakeKernelObjects : public platform::KernelObjects {
         return object && object->signalled;
     }
 
-    // Waits until `count` threads wait on the event `name`. False when that took a minute.
-    bool AwaitWaiters(const std::string& name, int count = 1) {
+    // Waits until `count` threads wait on the event `name`. False when they did not within `patience`.
+    bool AwaitWaiters(const std::string& name, int count = 1,
+                      std::chrono::milliseconds patience = std::chrono::minutes(1)) {
         std::unique_lock lock(m_mutex);
-        return m_changed.wait_until(lock, std::chrono::system_clock::now() + std::chrono::minutes(1), [&] {
+        return m_changed.wait_until(lock, std::chrono::system_clock::now() + patience, [&] {
             const auto waiters = m_waiters.find(name);
             return waiters != m_waiters.end() && waiters->second == count;
         });

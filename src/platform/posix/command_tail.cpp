@@ -3,7 +3,12 @@
 namespace platform {
 
 std::string CommandTail(int argumentCount, const char* const* arguments) {
-    return argumentCount > 1 ? arguments[1] : "";
+    std::string tail;
+    for (int i = 1; i < argumentCount; ++i) {
+        if (i > 1) tail += ' ';
+        tail += arguments[i];
+    }
+    return tail;
 }
 
 }  // namespace platform

@@ -49,6 +49,13 @@ TEST(NarrowCommandLine, GivesNoTextWhenTheConversionFails) {
     EXPECT_EQ(NarrowCommandLine(L"id", conversion), std::nullopt);
 }
 
+TEST(NarrowCommandLine, GivesSomeTextForCharactersThatTheCodePageLacks) {
+    const auto text = NarrowCommandLine(L"id \u4E2D", platform::SystemTextConversion());
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->substr(0, 3), "id ");
+    EXPECT_GT(text->size(), 3U);
+}
+
 TEST(NarrowBufferChars, RefusesLinesWhoseBufferCouldNotBeCounted) {
     EXPECT_EQ(NarrowBufferChars(0x3FFFFFFE), 0x7FFFFFFE);
     EXPECT_EQ(NarrowBufferChars(0x3FFFFFFF), std::nullopt);

@@ -3,12 +3,22 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
+#include "host/rvo_calyr_ml_host.h"
+#include "infra/logger.h"
 #include "platform/string_resources.h"
+#include "support/fake_kernel_objects.h"
+#include "support/recording_streams.h"
+#include "support/std_threads.h"
 
 namespace app {
 namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::EndsWith;
 
 class RecordingResources final : public platform::StringResources {
  public:
@@ -43,6 +53,54 @@ TEST(LoadStartStrings, AsksForBothStringsInTheirOrderAndTakesThatThereAreNone) {
     }
     EXPECT_EQ(strings.first[0], 0);
     EXPECT_EQ(strings.second[0], 0);
+}
+
+// A sink that keeps what it is given.
+class LineRecorder final : public rvo_calyr::IRvoCalyrTraceSink {
+ public:
+    std::int32_t OnTrace(std::uint32_t level, const char* text) override {
+        lines.push_back(std::to_string(level) + " " + text);
+        return 0;
+    }
+    std::vector<std::string> lines;
+};
+
+class RunHost : public ::testing::Test {
+ protected:
+    support::FakeKernelObjects m_os;
+    support::RecordingStreams m_streams;
+    support::StdThreads m_threads;
+    rvo_calyr::RvoCalyrMlHost m_host{rvo_calyr::HostSeams{m_os, m_streams, m_threads}};
+};
+
+TEST_F(RunHost, SaysWhatItWasGivenWhenAChannelCannotBeOpened) {
+    LineRecorder recorder;
+    rvo_calyr::g_logger.SetTraceSink(&recorder);
+    m_os.FailNext(support::Call::CreateOrOpenEvent, support::kNotEnoughMemory);
+
+    EXPECT_EQ(app::RunHost("  my id \n", m_host), 3);
+
+    EXPECT_THAT(recorder.lines, ElementsAre("0 [RVO_CALYR]calyrhost init ipc fail, cmdLine=  my id \n, ipcId=my id"));
+    EXPECT_THAT(m_streams.Output(), EndsWith("[RVO_CALYR] InitIpc() fail, ipcId=my id\n"));
+    rvo_calyr::g_logger.SetTraceSink(nullptr);
+}
+
+TEST_F(RunHost, SaysItNowhereWhenTheHostHasTheLog) {
+    m_os.FailNext(support::Call::CreateOrOpenEvent, support::kNotEnoughMemory);
+    EXPECT_EQ(app::RunHost("id", m_host), 3);
+    EXPECT_EQ(m_streams.Error(), "");
+}
+
+TEST_F(RunHost, RunsTheLoopAndStopsTheHostAfterIt) {
+    m_host.Terminate({});
+
+    EXPECT_EQ(app::RunHost(" id ", m_host), 0);
+
+    EXPECT_EQ(rvo_calyr::g_logger.GetTraceSink(), nullptr);
+    EXPECT_EQ(m_os.LiveObjects(), 0);
+    EXPECT_EQ(m_threads.Started(), 2);
+    EXPECT_EQ(m_threads.Joined(), 2);
+    EXPECT_THAT(m_os.Calls(), Contains("CreateOrOpenEvent idC_evt_avl"));
 }
 
 }  // namespace

@@ -104,11 +104,13 @@ TEST_F(CommandDispatch, LeavesTheReservedPathAllZero) {
 TEST_F(CommandDispatch, CopiesATextWithoutATerminatorAsItStands) {
     std::memset(Bytes() + 24, 'm', 1024);
     std::memset(Bytes() + 1048, 'e', 1024);
+    std::memset(Bytes() + 2072, 'c', 1024);
 
     Dispatch(0);
 
     EXPECT_EQ(std::string(m_listener.option.modelPath, 1024), std::string(1024, 'm'));
     EXPECT_EQ(std::string(m_listener.option.enginePath, 1024), std::string(1024, 'e'));
+    EXPECT_EQ(std::string(m_listener.option.gpuCachePath, 1024), std::string(1024, 'c'));
 }
 
 }  // namespace

@@ -1,20 +1,28 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
 
+#include "helpers/portrait_option.h"
 #include "host/rvo_calyr_ml_host.h"
 #include "infra/log_line.h"
 #include "support/fake_kernel_objects.h"
 #include "support/recording_streams.h"
 #include "support/std_threads.h"
 #include "support/watchdog.h"
+#include "velmo_parent/receive_end.h"
+#include "velmo_parent/send_end.h"
 
 namespace rvo_calyr {
 namespace {
@@ -33,6 +41,51 @@ constexpr bool kKeepOldest = false;
 struct Event {
     int index = 0;
     calyr_ipc::IpcEventOnInit onInit{};
+};
+
+// A sink that keeps lines, for a host that has no log channel.
+class LineRecorder final : public IRvoCalyrTraceSink {
+ public:
+    std::int32_t OnTrace(std::uint32_t /*level*/, const char* text) override {
+        const std::lock_guard lock(m_mutex);
+        m_lines += text;
+        m_changed.notify_all();
+        return 0;
+    }
+    void AwaitLine(const std::string& part) {
+        std::unique_lock lock(m_mutex);
+        const auto end = std::chrono::system_clock::now() + std::chrono::minutes(1);
+        EXPECT_TRUE(m_changed.wait_until(lock, end, [&] { return m_lines.find(part) != std::string::npos; }));
+    }
+
+ private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::string m_lines;
+};
+
+// Reads a log channel on a thread of its own, by the rules that lose nothing while the host sends: two ends that both
+// follow the fixed steps may lose a slot when they meet on a nearly empty list.
+class LogReader {
+ public:
+    LogReader(platform::KernelObjects& os, platform::Threads& threads) : m_log(os, threads) {
+        EXPECT_TRUE(m_log.Open("idL", [this](const calyr_ipc::IpcLogChunk& /*chunk*/) {
+            const std::lock_guard lock(m_mutex);
+            ++m_chunks;
+            m_changed.notify_all();
+        }));
+    }
+    void AwaitChunks(int count) {
+        std::unique_lock lock(m_mutex);
+        const auto end = std::chrono::system_clock::now() + std::chrono::minutes(1);
+        EXPECT_TRUE(m_changed.wait_until(lock, end, [&] { return m_chunks >= count; }));
+    }
+
+ private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_chunks = 0;
+    velmo_parent::ReceiveEnd<calyr_ipc::IpcLogChunk, 30> m_log;  // declared last: its thread uses the others
 };
 
 // A host on a fake system, and the parent's side of its five channels.
@@ -57,6 +110,8 @@ class Host : public ::testing::Test {
     void Attach() {
         ASSERT_EQ(m_host->Attach("id"), 0);
         OpenParent();
+        ASSERT_TRUE(
+            m_os.AwaitWaiters("idFI_evt_fld"));  // the frame reader rests: what is called from now on is the test's
     }
 
     template <class Record>
@@ -124,6 +179,26 @@ class Host : public ::testing::Test {
     void TickTimes(int count) {
         for (int i = 0; i < count; ++i)
             m_host->OnTimer(m_unusedTimer);
+    }
+
+    // 32 heartbeats, as many as there are slots.
+    void FillEvents() {
+        for (int beat = 0; beat < 32; ++beat) {
+            m_host->AckHeartBeat({});
+            TickTimes(1);
+        }
+        m_host->AckHeartBeat({});
+    }
+
+    // A new host, and no parent attached to it yet.
+    void FreshHost() {
+        m_host.reset();
+        m_commands.reset();
+        m_frames.reset();
+        m_events.reset();
+        m_results.reset();
+        m_logs.reset();
+        m_host = std::make_unique<RvoCalyrMlHost>(HostSeams{m_os, m_streams, m_threads});
     }
 
     support::Watchdog m_watchdog;
@@ -194,6 +269,7 @@ TEST_F(HostAttach, EndsWithThreeWhicheverChannelFails) {
             EXPECT_EQ(host.Attach("id"), 3);
 
             EXPECT_THAT(streams.Output(), EndsWith("[RVO_CALYR] InitIpc() fail, ipcId=id\n"));
+            EXPECT_EQ(os.LiveObjects(), failing == 4 ? 3 : 0);  // what the reader's thread holds until it is stopped
         }
         EXPECT_EQ(os.LiveObjects(), 0);
         EXPECT_EQ(threads.Started(), threads.Joined());
@@ -299,6 +375,65 @@ TEST_F(HostCommands, InitAnswersWithTheProcessIdAndTheStatus) {
     EXPECT_THAT(lines[2], AllOf(StartsWith("2"), EndsWith("] [RVO_CALYR]RvoCalyrMlHost::Init() ret=2" + ThisSuffix())));
 }
 
+TEST_F(HostCommands, AreWaitedForASecondAtATime) {
+    Attach();
+    std::thread loop = RunStart();
+    ASSERT_TRUE(m_os.AwaitWaiters("idC_evt_fld"));
+    EXPECT_THAT(m_os.Calls(), ::testing::Contains("Wait idC_evt_fld 1000"));
+    CommandOfIndex(2);
+    loop.join();
+}
+
+TEST_F(HostCommands, InitOfAFamilySaysThatThisVersionHoldsNone) {
+    for (const std::int32_t type : {0, 1, 2}) {
+        SCOPED_TRACE(type);
+        FreshHost();
+        Attach();
+        _CalyrPortraitOption option;
+        option.modelType = type;
+        m_host->Init(option);
+        const std::vector<Event> events = Events();
+        ASSERT_EQ(events.size(), 1U);
+        EXPECT_EQ(events[0].onInit.result, 3);
+        EXPECT_THAT(LogLines(),
+                    ElementsAre(AllOf(StartsWith("0"), HasSubstr("holds no model family, option.modelType=")),
+                                AllOf(StartsWith("2"), HasSubstr("Init() ret=3"))));
+    }
+}
+
+TEST_F(HostCommands, InitGoesOnWhenItsEventFindsNoRoom) {
+    Attach();
+    FillEvents();
+    m_os.ScriptWaits("idE_evt_avl", {platform::WaitResult::TimedOut});
+    m_os.ForgetCalls();
+
+    m_host->Init({});
+
+    EXPECT_THAT(m_os.Calls(), ::testing::Contains("Wait idE_evt_avl 500").Times(1));
+    EXPECT_THAT(LogLines().back(), HasSubstr("Init() ret="));
+    for (const Event& event : Events())
+        EXPECT_EQ(event.index, 1);  // nothing was overtaken
+}
+
+TEST_F(HostCommands, InitGoesOnWithoutAnEventChannel) {
+    m_host->Init({});
+    EXPECT_EQ(m_host->ExitCode(), 0);
+}
+
+TEST_F(HostCommands, TerminateLeavesTheVerdictOfTheWatchdog) {
+    Attach();
+    TickTimes(7);
+    m_host->Terminate({});
+    EXPECT_EQ(m_host->ExitCode(), -1);
+}
+
+TEST_F(HostCommands, ATickAfterTerminateStillSendsAHeartbeat) {
+    Attach();
+    m_host->Terminate({});
+    TickTimes(1);
+    EXPECT_EQ(Events().size(), 1U);
+}
+
 TEST_F(HostCommands, ASlotThatHoldsNothingThrowsOutOfTheLoop) {
     Attach();
     CommandOfIndex(calyr_ipc::kNoAlternative);
@@ -306,10 +441,14 @@ TEST_F(HostCommands, ASlotThatHoldsNothingThrowsOutOfTheLoop) {
 }
 
 TEST_F(HostCommands, WithoutAChannelTheLoopGoesRoundUntilItIsStopped) {
+    LineRecorder recorder;
+    g_logger.SetTraceSink(&recorder);
     std::thread loop = RunStart();
+    recorder.AwaitLine("RvoCalyrMlHost::Start(), success");  // from here on it goes round
     m_host->Terminate({});
     loop.join();
     EXPECT_EQ(m_host->ExitCode(), 0);
+    g_logger.SetTraceSink(nullptr);
 }
 
 class HostHeartBeat : public Host {};
@@ -363,12 +502,7 @@ TEST_F(HostHeartBeat, AHeartbeatSetsTheIndexAndFourBytesAndLeavesTheRestOfTheSlo
 
 TEST_F(HostHeartBeat, CountsAlsoWhenTheEventChannelIsFull) {
     Attach();
-    for (int i = 0; i < 5; ++i) {
-        TickTimes(6);
-        m_host->AckHeartBeat({});
-    }
-    TickTimes(2);  // 32 slots hold as many heartbeats
-    m_host->AckHeartBeat({});
+    FillEvents();
     m_os.ScriptWaits("idE_evt_avl", std::vector<platform::WaitResult>(6, platform::WaitResult::TimedOut));
     m_os.ForgetCalls();
 
@@ -399,9 +533,24 @@ TEST_F(HostHeartBeat, AFullLogChannelKeepsTheVerdictBack) {
     ASSERT_TRUE(m_os.AwaitWaiters("idL_evt_avl"));
     EXPECT_EQ(m_host->ExitCode(), 0);
 
-    EXPECT_GE(LogLines().size(), 30U);
+    LogReader reader(m_os, m_threads);
     tick.join();
     EXPECT_EQ(m_host->ExitCode(), -1);
+    reader.AwaitChunks(31);
+}
+
+TEST_F(HostHeartBeat, WaitsWhileAnInitHoldsTheChannels) {
+    Attach();
+    FillEvents();
+    std::thread init([this] { m_host->Init({}); });
+    ASSERT_TRUE(m_os.AwaitWaiters("idE_evt_avl"));  // in its 500 ms for room, with the lock held
+
+    std::thread tick([this] { TickTimes(1); });
+    EXPECT_FALSE(m_os.AwaitWaiters("idE_evt_avl", 2, std::chrono::milliseconds(50)));
+
+    init.join();  // after its 500 ms, and then the tick after its own
+    tick.join();
+    EXPECT_EQ(Events().size(), 32U);
 }
 
 class HostLog : public Host {};
@@ -420,45 +569,75 @@ TEST_F(HostLog, DropsLinesWhileThereIsNoChannel) {
 }
 
 TEST_F(HostLog, KeepsTheChunksOfALineTogether) {
-    Attach();
-    const std::string line(1000, 'a');
+    ASSERT_EQ(m_host->Attach("id"), 0);
     constexpr int kLines = 40;
+    // 1000 bytes and a prefix make three chunks, of which each has to follow the one before. Read by the rules that
+    // lose nothing while the host sends.
+    std::atomic<int> lines{0};
+    std::string together;
+    velmo_parent::ReceiveEnd<calyr_ipc::IpcLogChunk, 30> log(m_os, m_threads);
+    ASSERT_TRUE(log.Open("idL", [&](const calyr_ipc::IpcLogChunk& chunk) {
+        const std::size_t from = (chunk.flags & calyr_ipc::kFirstChunk) != 0 ? 4 : 0;
+        EXPECT_EQ(from == 4, together.empty());
+        together.append(chunk.payload + from, chunk.payload + chunk.length);
+        if ((chunk.flags & calyr_ipc::kLastChunk) != 0) {
+            const std::string text = together.substr(together.find("] ") + 2);
+            EXPECT_EQ(text, std::string(1000, text[0]));
+            together.clear();
+            ++lines;
+        }
+    }));
     const auto write = [&](char letter) {
         for (int i = 0; i < kLines; ++i)
             (void)m_host->OnTrace(2, std::string(1000, letter).c_str());
     };
     std::thread first(write, 'a');
     std::thread second(write, 'b');
-
-    // 1000 bytes and a prefix make three chunks, of which each has to follow the one before.
-    int lines = 0;
-    std::string together;
-    while (lines < 2 * kLines) {
-        m_logs->Receive(
-            [&](const calyr_ipc::IpcLogChunk& chunk) {
-                const std::size_t from = (chunk.flags & calyr_ipc::kFirstChunk) != 0 ? 4 : 0;
-                EXPECT_EQ(from == 4, together.empty());
-                together.append(chunk.payload + from, chunk.payload + chunk.length);
-                if ((chunk.flags & calyr_ipc::kLastChunk) != 0) {
-                    const std::string text = together.substr(together.find("] ") + 2);
-                    EXPECT_EQ(text, std::string(1000, text[0]));
-                    together.clear();
-                    ++lines;
-                }
-            },
-            10'000);
-    }
     first.join();
     second.join();
+    log.Drain();
+    EXPECT_EQ(lines, 2 * kLines);
+}
+
+TEST_F(HostLog, WaitsWithoutLimitForRoom) {
+    Attach();
+    for (int i = 0; i < 30; ++i)
+        LogLine("a line").Log(kInfoLevel);
+    m_os.ScriptWaits("idL_evt_avl", {platform::WaitResult::TimedOut});
+    m_os.ForgetCalls();
+    std::thread logging([this] { (void)m_host->OnTrace(2, "the thirty-first"); });
+    ASSERT_TRUE(m_os.AwaitWaiters("idL_evt_avl"));
+    EXPECT_THAT(m_os.Calls(), ::testing::Each("Wait idL_evt_avl 4294967295"));
+    LogReader reader(m_os, m_threads);
+    logging.join();
+    reader.AwaitChunks(31);
 }
 
 class HostFrames : public Host {};
 
-TEST_F(HostFrames, TakesASlotAndGivesItBack) {
-    Attach();
-    for (int frame = 0; frame < 12; ++frame) {  // more than the five slots
-        ASSERT_TRUE(m_frames->Send([](calyr_ipc::InputSlot& slot) { slot.index = 0; }, kKeepOldest, 10'000));
+TEST_F(HostFrames, AreTakenAndTheirSlotsGivenBack) {
+    ASSERT_EQ(m_host->Attach("id"), 0);
+    velmo_parent::SendEnd<calyr_ipc::InputSlot, 5> frames(m_os, m_threads);
+    ASSERT_TRUE(frames.Open("idFI"));
+    for (int sent = 0; sent < 12;) {  // more than the five slots
+        const auto result = frames.Send([](calyr_ipc::InputSlot& slot) { slot.index = 0; });
+        ASSERT_NE(result, velmo_parent::SendResult::Closed);
+        if (result == velmo_parent::SendResult::Sent) {
+            ++sent;
+        } else {
+            std::this_thread::yield();
+        }
     }
+}
+
+TEST_F(HostFrames, AreWaitedForFiveSecondsAtATime) {
+    ASSERT_EQ(m_host->Attach("id"), 0);
+    ASSERT_TRUE(m_os.AwaitWaiters("idFI_evt_fld"));
+    m_os.ForgetCalls();
+    m_os.ScriptWaits("idFI_evt_fld", {platform::WaitResult::TimedOut});
+    m_os.Signal("idFI_evt_fld");  // a pass with nothing in it, and one whose time runs out
+    ASSERT_TRUE(m_os.AwaitWaiters("idFI_evt_fld"));
+    EXPECT_THAT(m_os.Calls(), ::testing::Each("Wait idFI_evt_fld 5000"));
 }
 
 class HostEnd : public Host {};
@@ -472,6 +651,80 @@ TEST_F(HostEnd, WakesAndReleasesTheChannelsInTheirOrder) {
     EXPECT_THAT(m_os.Signalled(),
                 ElementsAre("idC_evt_fld", "idC_evt_avl", "idFI_evt_fld", "idFI_evt_avl", "idE_evt_fld", "idE_evt_avl",
                             "idFO_evt_fld", "idFO_evt_avl", "idL_evt_fld", "idL_evt_avl"));
+}
+
+// Notes, at each join, how far the wind-down has come.
+class WatchfulThreads final : public platform::Threads {
+ public:
+    explicit WatchfulThreads(support::FakeKernelObjects& os) : m_os(os) {}
+
+    std::unique_ptr<platform::Thread> Start(std::function<void()> body) override {
+        return std::make_unique<Watched>(*this, m_threads.Start(std::move(body)));
+    }
+
+    std::vector<std::vector<std::string>> signalledAtJoin;  // events set so far
+    std::vector<IRvoCalyrTraceSink*> sinkAtJoin;
+
+ private:
+    class Watched final : public platform::Thread {
+     public:
+        Watched(WatchfulThreads& owner, std::unique_ptr<platform::Thread> thread)
+            : m_owner(owner), m_thread(std::move(thread)) {}
+        bool Join() override {
+            m_owner.signalledAtJoin.push_back(m_owner.m_os.Signalled());
+            m_owner.sinkAtJoin.push_back(g_logger.GetTraceSink());
+            return m_thread->Join();
+        }
+        bool IsCurrent() const override { return m_thread->IsCurrent(); }
+
+     private:
+        WatchfulThreads& m_owner;
+        std::unique_ptr<platform::Thread> m_thread;
+    };
+
+    support::FakeKernelObjects& m_os;
+    support::StdThreads m_threads;
+};
+
+TEST_F(HostEnd, StopEndsTheTimerThenTheReaderThenTheChannelsAndTakesTheSinkAwayLast) {
+    WatchfulThreads threads(m_os);
+    RvoCalyrMlHost host(HostSeams{m_os, m_streams, threads});
+    ASSERT_EQ(host.Attach("other"), 0);
+    host.Terminate({});
+    EXPECT_EQ(host.Start(), 0U);
+    m_os.ForgetCalls();
+
+    EXPECT_EQ(host.Stop(), 0U);
+
+    ASSERT_EQ(threads.signalledAtJoin.size(), 2U);
+    EXPECT_THAT(threads.signalledAtJoin[0], IsEmpty());  // the timer's thread
+    EXPECT_THAT(threads.signalledAtJoin[1], ElementsAre("otherFI_evt_fld", "otherFI_evt_avl"));
+    EXPECT_THAT(threads.sinkAtJoin, ElementsAre(&host, &host));
+    EXPECT_THAT(m_os.Signalled(), ElementsAre("otherFI_evt_fld", "otherFI_evt_avl", "otherC_evt_fld", "otherC_evt_avl",
+                                              "otherE_evt_fld", "otherE_evt_avl", "otherFO_evt_fld", "otherFO_evt_avl",
+                                              "otherL_evt_fld", "otherL_evt_avl"));
+    EXPECT_EQ(g_logger.GetTraceSink(), nullptr);
+}
+
+TEST_F(HostEnd, CloseIpcWaitsForALineThatWaitsForRoom) {
+    Attach();
+    for (int i = 0; i < 30; ++i)
+        LogLine("a line").Log(kInfoLevel);
+    std::thread logging([this] { (void)m_host->OnTrace(2, "the thirty-first"); });
+    ASSERT_TRUE(m_os.AwaitWaiters("idL_evt_avl"));
+
+    std::atomic<bool> isClosed{false};
+    std::thread closing([&] {
+        m_host->CloseIpc();
+        isClosed = true;
+    });
+    EXPECT_FALSE(m_os.AwaitWaiters("idL_evt_avl", 0, std::chrono::milliseconds(50)));
+    EXPECT_FALSE(isClosed);
+
+    LogReader reader(m_os, m_threads);
+    logging.join();
+    closing.join();
+    reader.AwaitChunks(31);
 }
 
 TEST_F(HostEnd, StopMayBeRepeated) {

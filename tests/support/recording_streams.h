@@ -30,7 +30,8 @@ class RecordingStreams final : public platform::StandardStreams {
  private:
     std::string Joined(platform::StandardStream stream) const {
         std::string all;
-        for (const std::string& text : Texts(stream)) all += text;
+        for (const std::string& text : Texts(stream))
+            all += text;
         return all;
     }
 

@@ -54,7 +54,7 @@ std::shared_ptr<Channel> RvoCalyrMlHost::OpenChannel(const std::string& ipcId, c
     return channel->Open(ipcId + suffix) ? channel : nullptr;
 }
 
-bool RvoCalyrMlHost::InitIpc(std::string ipcId) {
+bool RvoCalyrMlHost::InitIpc(const std::string& ipcId) {
     {
         const std::lock_guard lock(m_ipcMutex);
         m_commandChannel = OpenChannel<calyr_ipc::CommandChannel>(ipcId, calyr_ipc::kCommandSuffix, ipc::kReceives);

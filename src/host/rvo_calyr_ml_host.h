@@ -47,7 +47,7 @@ class RvoCalyrMlHost final : public calyr_ipc::IpcCommandListener,
     // Opens the command, input, event and output channels in this order, starts the frame reader, and opens the log
     // channel. Stops at the first that fails and returns false; what stands is then closed by CloseIpc.
     // Takes m_ipcMutex, then m_logMutex, never both. Throws std::system_error when the reader's thread can't start.
-    bool InitIpc(std::string ipcId);
+    bool InitIpc(const std::string& ipcId);
 
     // Starts the heartbeat and runs the command loop until m_stop is set, which it sees within about a second. Returns
     // 0. Throws std::system_error when the timer can't start, and std::bad_variant_access for a slot without a command.

@@ -186,6 +186,7 @@ TEST_F(KernelObjectsBetweenProcesses, AReadOnlyUserCannotWrite) {
 
 TEST_F(KernelObjectsBetweenProcesses, UsersWhoComeAndGoNeverFindMemoryEmptiedUnderThem) {
     std::vector<OwnChild> children;
+    children.reserve(4);
     for (int index = 0; index < 4; ++index)
         children.push_back(Child("churn " + m_mapping + " 500"));
 

@@ -24,6 +24,7 @@ struct ChildStart {
                               // thread's code page on Windows
     std::vector<std::pair<std::string, std::string>> environment;  // set over the inherited ones
     std::string standardOutputPath;  // file to create or empty for it; "" inherits this process's stream
+                                     // (Linux: /dev/null where this process has none)
     std::string standardErrorPath;   // the same; equal paths are one file that both write to in their order
 };
 

@@ -18,13 +18,14 @@
 namespace platform {
 namespace {
 
+using posix::AboveStreams;
 using posix::Deadline;
 using posix::UniqueDescriptor;
 
 // By number: the library's own functions for these are newer than the calls, and some of its headers declare them for C
 // alone.
-int OpenProcess(pid_t id) {
-    return static_cast<int>(::syscall(SYS_pidfd_open, id, 0));
+UniqueDescriptor OpenProcess(pid_t id) {
+    return AboveStreams(UniqueDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0))));
 }
 
 void SendSignal(int process, int signal) {
@@ -130,9 +131,16 @@ class SpawnPlan {
 
     // All return 0 or an errno value.
     int SendTo(int stream, const std::string& path) {
-        if (path.empty()) return 0;
+        if (path.empty()) return Inherit(stream);
         constexpr mode_t kMode = 0666;
         return ::posix_spawn_file_actions_addopen(&m_files, stream, path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kMode);
+    }
+
+    // A child never starts with a stream closed, since its first file would get that number and what it prints.
+    int Inherit(int stream) {
+        const int flags = ::fcntl(stream, F_GETFD);
+        if (flags != -1 && (flags & FD_CLOEXEC) == 0) return 0;
+        return ::posix_spawn_file_actions_addopen(&m_files, stream, "/dev/null", O_RDWR, 0);
     }
 
     int SendToSame(int stream, int other) { return ::posix_spawn_file_actions_adddup2(&m_files, other, stream); }
@@ -196,7 +204,7 @@ class SpawnedChildren final : public ChildProcesses {
             return nullptr;
         }
         // Nobody but this function can have reaped the child yet, so the number is still its own.
-        UniqueDescriptor process(OpenProcess(id));
+        UniqueDescriptor process = OpenProcess(id);
         if (!process) {
             error = TextOf(errno);
             ::kill(id, SIGKILL);
@@ -209,7 +217,8 @@ class SpawnedChildren final : public ChildProcesses {
  private:
     static int Spawn(const ChildStart& start, pid_t& id) {
         SpawnPlan plan;
-        int failure = plan.SendTo(STDOUT_FILENO, start.standardOutputPath);
+        int failure = plan.Inherit(STDIN_FILENO);
+        if (failure == 0) failure = plan.SendTo(STDOUT_FILENO, start.standardOutputPath);
         if (failure == 0) {
             const bool same = !start.standardErrorPath.empty() && start.standardErrorPath == start.standardOutputPath;
             failure = same ? plan.SendToSame(STDERR_FILENO, STDOUT_FILENO)

@@ -60,7 +60,7 @@ OtherUsers FindOtherUsers(int file) {
 // trust. Says EACCES otherwise.
 UniqueDescriptor OpenOwn(const std::string& path, bool create, struct stat& facts) {
     const int flags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | (create ? O_CREAT : 0);
-    UniqueDescriptor file(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
+    UniqueDescriptor file = AboveStreams(UniqueDescriptor(::open(path.c_str(), flags, S_IRUSR | S_IWUSR)));
     if (!file || ::fstat(file.Get(), &facts) == -1) return {};
     if (!S_ISREG(facts.st_mode) || facts.st_uid != ::geteuid()) {
         errno = EACCES;

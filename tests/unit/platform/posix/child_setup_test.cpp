@@ -47,6 +47,58 @@ const roles::Registered g_prepareAndStart("prepare-and-start", [](const std::str
 const roles::Registered g_isOpen("is-open", [](const std::string& descriptor) {
     return ::fcntl(std::stoi(descriptor), F_GETFD) != -1 ? 1 : 0;
 });
+constexpr std::array kStreams = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+
+void CloseStreams() {
+    for (const int stream : kStreams)
+        ::close(stream);
+}
+
+std::string TargetOf(int descriptor) {
+    std::error_code none;
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), none).string();
+}
+
+// The first stream with something else behind it than `target`, counted from 1; 0 when there is none.
+int StreamThatIsNot(const std::string& target) {
+    for (const int stream : kStreams) {
+        if (TargetOf(stream) != target) return stream + 1;
+    }
+    return 0;
+}
+
+const roles::Registered g_streamsAreNull("streams-are-null", [](const auto&) { return StreamThatIsNot("/dev/null"); });
+const roles::Registered g_prepareWithoutStreams("prepare-without-streams", [](const auto&) {
+    CloseStreams();
+    platform::PrepareProcess();
+    return StreamThatIsNot("/dev/null");
+});
+const roles::Registered g_prepareWithoutOutput("prepare-without-output", [](const auto&) {
+    const std::string input = TargetOf(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    platform::PrepareProcess();
+    return TargetOf(STDIN_FILENO) == input && TargetOf(STDOUT_FILENO) == "/dev/null" ? 0 : 1;
+});
+const roles::Registered g_objectsWithoutStreams("objects-without-streams", [](const auto&) {
+    CloseStreams();
+    platform::KernelObjects& os = platform::SystemKernelObjects();
+    const auto event = os.CreateOrOpenEvent(contract::FreshName("e"));
+    const auto mapping = os.CreateMapping(contract::FreshName("m"), 4096);
+    return event != nullptr && mapping != nullptr ? StreamThatIsNot("") : -1;
+});
+const roles::Registered g_startWithoutStreams("start-without-streams", [](const std::string& tail) {
+    CloseStreams();
+    return OwnChild(tail).EndCode();
+});
+const roles::Registered g_startToFileWithoutStreams("start-without-streams-to-file", [](const auto&) {
+    CloseStreams();
+    return OutputOf("tail:written") == "written" ? 0 : 1;
+});
+const roles::Registered g_startWithClosingStreams("start-with-closing-streams", [](const std::string& tail) {
+    for (const int stream : kStreams)
+        (void)::fcntl(stream, F_SETFD, FD_CLOEXEC);
+    return OwnChild(tail).EndCode();
+});
 const roles::Registered g_streams("streams", [](const auto&) {
     platform::SystemStandardStreams().Write(platform::StandardStream::Output, "lost");
     platform::SystemStandardStreams().Write(platform::StandardStream::Error, "arrives");
@@ -60,6 +112,25 @@ TEST(PrepareProcess, KeepsAClosedPipeFromEndingTheProcess) {
     const auto unprepared = OwnChild("closed-pipe:").End();
     ASSERT_TRUE(unprepared.has_value());
     EXPECT_EQ(unprepared->signal, SIGPIPE);
+}
+
+// A descriptor that is free is the next file's: were a stream left closed, what is printed would go into an object.
+TEST(PrepareProcess, PutsNothingBehindClosedStreams) {
+    EXPECT_EQ(OwnChild("prepare-without-streams:").EndCode(), 0);
+    EXPECT_EQ(OwnChild("prepare-without-output:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, KeepsItsObjectsOffItsClosedStreams) {
+    EXPECT_EQ(OwnChild("objects-without-streams:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, GetsNothingBehindAStreamThatItsParentLacks) {
+    EXPECT_EQ(OwnChild("start-without-streams:streams-are-null:").EndCode(), 0);
+    EXPECT_EQ(OwnChild("start-with-closing-streams:streams-are-null:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, WritesToItsFilesAlsoWhenItsParentLacksStreams) {
+    EXPECT_EQ(OwnChild("start-without-streams-to-file:").EndCode(), 0);
 }
 
 TEST(ChildOnLinux, DoesNotInheritThatPipesAreIgnored) {

@@ -1,5 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -8,6 +10,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 
@@ -182,6 +185,157 @@ TEST(ChildOnLinux, ThatWasLetGoIsReapedWithTheNextStart) {
     EXPECT_EQ(OwnChild("exit:0").EndCode(), 0);
 
     EXPECT_FALSE(std::filesystem::exists("/proc/" + std::to_string(id)));
+}
+
+std::ptrdiff_t OpenDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+}
+
+TEST(ChildOnLinux, LeavesNoDescriptorBehind) {
+    EXPECT_EQ(OwnChild("exit:0").EndCode(), 0);
+    const std::ptrdiff_t before = OpenDescriptors();
+
+    for (int i = 0; i < 3; ++i) {
+        const TemporaryFile output;
+        std::string error;
+        OwnChild child(platform::ChildStart{OwnProgram(), "exit:0", {}, output.Path(), output.Path()});
+        EXPECT_EQ(child.EndCode(), 0);
+        EXPECT_EQ(platform::SystemChildProcesses().Start({"/no such program", "", {}, {}, {}}, error), nullptr);
+        EXPECT_EQ(platform::SystemChildProcesses().Start({OwnProgram(), "", {}, "/no such/file", {}}, error), nullptr);
+    }
+
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+// Waits until the system says that the child has ended, and leaves its entry in the process table.
+void AwaitEnd(std::uint32_t id) {
+    siginfo_t info{};
+    ASSERT_EQ(::waitid(P_PID, id, &info, WEXITED | WNOWAIT), 0);
+}
+
+TEST(ChildOnLinux, ThatHasEndedIsReapedWhenItIsLetGo) {
+    const std::ptrdiff_t before = OpenDescriptors();
+    std::string error;
+    auto child = platform::SystemChildProcesses().Start({OwnProgram(), "exit:0", {}, {}, {}}, error);
+    ASSERT_NE(child, nullptr) << error;
+    const std::uint32_t id = child->Id();
+    ASSERT_NO_FATAL_FAILURE(AwaitEnd(id));
+
+    child.reset();
+
+    EXPECT_FALSE(std::filesystem::exists("/proc/" + std::to_string(id)));
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(ChildOnLinux, HasEndedWithAnUnknownCodeWhenSomebodyElseReapedIt) {
+    const std::ptrdiff_t before = OpenDescriptors();
+    {
+        OwnChild child("exit:3");
+        ASSERT_EQ(::waitpid(static_cast<pid_t>(child.Process().Id()), nullptr, 0),
+                  static_cast<pid_t>(child.Process().Id()));
+
+        for (const std::uint32_t timeoutMs : {0U, 10U, platform::kNoTimeLimit}) {
+            const auto exit = child.Process().WaitForExit(timeoutMs);
+            ASSERT_TRUE(exit.has_value());
+            EXPECT_EQ(exit->code, platform::kUnknownExitCode);
+            EXPECT_EQ(exit->signal, 0);
+        }
+        child.Process().Kill();
+    }
+
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+// In a child of its own, as it would ignore them for the other tests too.
+const roles::Registered g_ignoreChildren("ignore-children", [](const auto&) {
+    (void)std::signal(SIGCHLD, SIG_IGN);
+    const std::ptrdiff_t before = OpenDescriptors();
+    for (int i = 0; i < 20; ++i) {
+        OwnChild child("exit:3");
+        const auto exit = child.End();
+        if (!exit || exit->code != platform::kUnknownExitCode || exit->signal != 0) return 1;
+    }
+    {
+        const std::string name = contract::FreshName();
+        const auto end = platform::SystemKernelObjects().CreateOrOpenEvent(name);
+        OwnChild running("until:" + name);
+        if (running.Process().WaitForExit(10)) return 2;  // it is running, not unknown
+        std::string error;
+        auto letGo = platform::SystemChildProcesses().Start({OwnProgram(), "until:" + name, {}, {}, {}}, error);
+        if (letGo == nullptr) return 3;
+        const std::string entry = "/proc/" + std::to_string(letGo->Id());
+        letGo.reset();
+        if (!end->Set() || !end->Set()) return 4;
+        running.Kill();
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::milliseconds(contract::kWatchdogMs);
+        while (std::filesystem::exists(entry)) {
+            if (std::chrono::steady_clock::now() > giveUp) return 5;
+            (void)end->Set();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        OwnChild("exit:0").End();  // has an eye on those that were let go
+    }
+    return OpenDescriptors() == before ? 0 : 6;
+});
+
+TEST(ChildOnLinux, HasEndedWithAnUnknownCodeWhereChildrenAreIgnored) {
+    EXPECT_EQ(OwnChild("ignore-children:").EndCode(), 0);
+}
+
+const roles::Registered g_childrenAreNoticed("children-are-noticed", [](const auto&) {
+    struct sigaction now {};
+    return ::sigaction(SIGCHLD, nullptr, &now) == 0 && now.sa_handler == SIG_DFL ? 0 : 1;
+});
+const roles::Registered g_ignoreAndStart("ignore-and-start", [](const std::string& tail) {
+    (void)std::signal(SIGCHLD, SIG_IGN);
+    const TemporaryFile file;
+    OwnChild child(platform::ChildStart{OwnProgram(), tail, {}, file.Path(), {}});
+    (void)child.End();
+    return file.Content() == "0" ? 0 : 1;
+});
+const roles::Registered g_sayCode("say-code", [](const std::string& tail) {
+    const int code = roles::All().at(tail)("");
+    platform::SystemStandardStreams().Write(platform::StandardStream::Output, std::to_string(code));
+    return code;
+});
+
+TEST(ChildOnLinux, DoesNotInheritThatChildrenAreIgnored) {
+    EXPECT_EQ(OwnChild("ignore-and-start:say-code:children-are-noticed").EndCode(), 0);
+}
+
+// The system refuses to wait for more descriptors than a process may have.
+class NoDescriptorsToWaitFor {
+ public:
+    NoDescriptorsToWaitFor() {
+        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &m_before), 0);
+        const rlimit none{0, m_before.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    }
+    NoDescriptorsToWaitFor(const NoDescriptorsToWaitFor&) = delete;
+    NoDescriptorsToWaitFor& operator=(const NoDescriptorsToWaitFor&) = delete;
+    ~NoDescriptorsToWaitFor() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+
+ private:
+    rlimit m_before{};
+};
+
+TEST(ChildOnLinux, IsWaitedForAlsoWhenTheSystemRefusesTheWait) {
+    const std::string name = contract::FreshName();
+    const auto end = platform::SystemKernelObjects().CreateOrOpenEvent(name);
+    ASSERT_NE(end, nullptr);
+    OwnChild child("until:" + name);
+    const NoDescriptorsToWaitFor refusal;
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(child.Process().WaitForExit(0).has_value());
+    EXPECT_FALSE(child.Process().WaitForExit(50).has_value());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+
+    EXPECT_TRUE(end->Set());
+    const auto exit = child.Process().WaitForExit(platform::kNoTimeLimit);
+    ASSERT_TRUE(exit.has_value());
+    EXPECT_EQ(exit->code, 0);
 }
 
 TEST(ChildOnLinux, ObjectsAreNotInherited) {

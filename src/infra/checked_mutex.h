@@ -9,7 +9,7 @@
 namespace infra {
 
 // A mutex that is not recursive and says so: a thread that locks it twice gets std::system_error with the text
-// "device or resource busy", where std::mutex would hang. Works with std::unique_lock and std::condition_variable_any.
+// "device or resource busy", where std::mutex would hang. Works with std::unique_lock and platform::Condition.
 // Thread: any.
 class CheckedMutex {
  public:

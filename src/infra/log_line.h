@@ -40,9 +40,4 @@ class LogLine {
     infra::TextFormator m_text;
 };
 
-// The levels that lines are written at.
-inline constexpr std::int32_t kErrorLevel = 0;    // failures
-inline constexpr std::int32_t kWarningLevel = 1;  // something works, but not as asked
-inline constexpr std::int32_t kInfoLevel = 2;     // life cycle, configuration, durations
-
 }  // namespace rvo_calyr

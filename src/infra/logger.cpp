@@ -14,11 +14,22 @@ namespace rvo_calyr {
 namespace {
 
 constexpr std::int32_t kOff = -1;
-constexpr std::int32_t kErrorLevel = 0;
 constexpr std::int32_t kDetailLevel = 4;
 constexpr std::array<const char*, 5> kLevelNames = {"ERROR", "WARNING", "INFO", "DEBUG", "DETAIL"};
 
 using LineBuffer = std::array<char, 1024>;
+
+// The length of `format` without a conversion that its end cuts in two: what is left of one has no meaning.
+std::size_t WholeConversions(std::string_view format) {
+    constexpr std::string_view kBeforeTheLetter = "-+ #0123456789.*hljztLIw";
+    std::size_t at = format.find('%');
+    while (at != std::string_view::npos) {
+        const std::size_t letterAt = format.find_first_not_of(kBeforeTheLetter, at + 1);
+        if (letterAt == std::string_view::npos) return at;
+        at = format.find('%', letterAt + 1);
+    }
+    return format.size();
+}
 
 }  // namespace
 
@@ -106,7 +117,9 @@ void Logger::PrintArguments(std::int32_t level, const char* format, std::va_list
                                           "[rvo_calyr][%s]: ", kLevelNames[static_cast<std::size_t>(legalLevel)]);
     const auto used = static_cast<std::size_t>(std::max(prefixChars, 0));
     const std::size_t room = fullFormat.size() - 1 - used;
-    std::memcpy(fullFormat.data() + used, format, std::min(std::strlen(format), room));
+    const std::string_view whole(format);
+    const std::size_t length = whole.size() <= room ? whole.size() : WholeConversions(whole.substr(0, room));
+    std::memcpy(fullFormat.data() + used, format, length);
 
     LineBuffer line{};
     (void)std::vsnprintf(line.data(), line.size(), fullFormat.data(), arguments);  // longer lines are cut, by design

@@ -10,6 +10,11 @@
 
 namespace rvo_calyr {
 
+// The levels that lines are written at.
+inline constexpr std::int32_t kErrorLevel = 0;    // failures
+inline constexpr std::int32_t kWarningLevel = 1;  // something works, but not as asked
+inline constexpr std::int32_t kInfoLevel = 2;     // life cycle, configuration, durations
+
 // Hands log lines at or below a level to the installed sink, and without one to the standard streams: level 0 to
 // standard error, the others to standard output, each with a line feed.
 // Levels: 0 "ERROR", 1 "WARNING", 2 "INFO", 3 "DEBUG", 4 "DETAIL".

@@ -34,7 +34,7 @@ class Category final : public std::error_category {
 }  // namespace
 
 const std::error_category& GenericCategory() noexcept {
-    static const Category category;
+    static const Category& category = *new Category;  // never destroyed: errors may be worded until the very end
     return category;
 }
 

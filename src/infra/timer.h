@@ -1,6 +1,5 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -9,12 +8,14 @@
 #include "infra/checked_mutex.h"
 #include "infra/timer_waits.h"
 #include "platform/clock.h"
+#include "platform/condition.h"
 #include "platform/threads.h"
 
 namespace infra {
 
 // Calls a sink at a fixed spacing on a thread of its own. The spacing runs from the end of one call to the begin of the
-// next, so a slow sink delays the later ticks and none is made up for.
+// next, so a slow sink delays the later ticks and none is made up for. Only a wait that ran out makes a tick: after a
+// wake-up, spurious or not and however late in the period, a whole period begins anew.
 // Thread: Start, Stop and the destructor on one thread at a time, never within OnTimer.
 class Timer {
  public:
@@ -49,7 +50,7 @@ class Timer {
 
     std::unique_ptr<platform::Thread> m_thread;  // set while a thread is attached, also one that has ended
     CheckedMutex m_mutex;                        // held for the whole run except within the wait
-    std::condition_variable_any m_condition;     // only the timer's thread waits here
+    platform::Condition m_condition;             // only the timer's thread waits here
     bool m_running = false;                      // guarded by m_mutex
     AbstractTimerSink* m_sink = nullptr;         // guarded by m_mutex
     platform::Threads& m_threads;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,9 +10,14 @@
 
 namespace platform {
 
+// The code of a child whose end is known but not how it ended.
+inline constexpr std::int32_t kUnknownExitCode = std::numeric_limits<std::int32_t>::min();
+
 // How a child process ended.
 struct ChildExit {
     // The exit code. Linux keeps 8 bits of it; they are sign-extended, so that -1 reads -1 on both systems.
+    // kUnknownExitCode when the system has forgotten it: on Linux this program ignores SIGCHLD or has waited for all
+    // children at once elsewhere, or when the system does not know the child any more.
     std::int32_t code = 0;
     // The signal that ended the process, 0 when it ended by itself. Always 0 on Windows.
     std::int32_t signal = 0;
@@ -24,6 +30,7 @@ struct ChildStart {
                               // thread's code page on Windows
     std::vector<std::pair<std::string, std::string>> environment;  // set over the inherited ones
     std::string standardOutputPath;  // file to create or empty for it; "" inherits this process's stream
+                                     // (Linux: /dev/null where this process has none)
     std::string standardErrorPath;   // the same; equal paths are one file that both write to in their order
 };
 

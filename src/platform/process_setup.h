@@ -3,7 +3,9 @@
 namespace platform {
 
 // What a program of ours asks of the system before anything else: a peer that closes a pipe must not end this process
-// (Linux: SIGPIPE is ignored). Call once, on the entry thread.
+// (Linux: SIGPIPE is ignored), and what is printed must never get into another file (Linux: a standard stream that is
+// closed gets /dev/null, or the next file opened would take its number). Call once, on the entry thread, before other
+// threads start and files are opened.
 void PrepareProcess();
 
 }  // namespace platform

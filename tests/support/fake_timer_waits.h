@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "infra/timer_waits.h"
+#include "platform/condition.h"
 
 namespace support {
 
@@ -24,12 +24,16 @@ class FakeTimerWaits final : public infra::TimerWaits {
         m_whenUsedUp = std::move(whenUsedUp);
     }
 
+    // Called in each wait before it ends, scripted ones too: what happens meanwhile.
+    void Meanwhile(std::function<void()> happens) { m_meanwhile = std::move(happens); }
+
     const std::vector<std::chrono::system_clock::time_point>& Deadlines() const { return m_deadlines; }
     std::int32_t WakeCount() const { return m_wakeCount; }
 
-    std::errc WaitUntil(std::condition_variable_any& /*condition*/, std::unique_lock<infra::CheckedMutex>& lock,
+    std::errc WaitUntil(platform::Condition& /*condition*/, std::unique_lock<infra::CheckedMutex>& lock,
                         std::chrono::system_clock::time_point deadline) override {
         m_deadlines.push_back(deadline);
+        m_meanwhile();
         if (m_next < m_outcomes.size()) {
             return m_outcomes[m_next++];
         }
@@ -39,12 +43,13 @@ class FakeTimerWaits final : public infra::TimerWaits {
         return std::errc();
     }
 
-    void WakeOne(std::condition_variable_any& /*condition*/) override { ++m_wakeCount; }
+    void WakeOne(platform::Condition& /*condition*/) override { ++m_wakeCount; }
 
  private:
     std::vector<std::errc> m_outcomes;
     std::size_t m_next = 0;
     std::function<void()> m_whenUsedUp = [] {};
+    std::function<void()> m_meanwhile = [] {};
     std::vector<std::chrono::system_clock::time_point> m_deadlines;
     std::int32_t m_wakeCount = 0;
 };

@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <csignal>
+#include <ctime>
 #include <mutex>
 #include <system_error>
 
@@ -18,13 +19,14 @@
 namespace platform {
 namespace {
 
+using posix::AboveStreams;
 using posix::Deadline;
 using posix::UniqueDescriptor;
 
 // By number: the library's own functions for these are newer than the calls, and some of its headers declare them for C
 // alone.
-int OpenProcess(pid_t id) {
-    return static_cast<int>(::syscall(SYS_pidfd_open, id, 0));
+UniqueDescriptor OpenProcess(pid_t id) {
+    return AboveStreams(UniqueDescriptor(static_cast<int>(::syscall(SYS_pidfd_open, id, 0))));
 }
 
 void SendSignal(int process, int signal) {
@@ -35,13 +37,18 @@ std::string TextOf(int error) {
     return std::generic_category().message(error);
 }
 
-// The exit of the process behind `process` if it has ended; takes its entry out of the process table.
+constexpr ChildExit kUnknownExit{kUnknownExitCode, 0};
+
+// The exit of the process behind `process` if it has ended; takes its entry out of the process table. A child whose
+// entry is gone already has ended too: its code went to whoever waited for all children, or, where SIGCHLD is ignored,
+// nowhere.
 std::optional<ChildExit> Reap(int process) {
     siginfo_t info{};
     int result = 0;
     do {
         result = ::waitid(P_PIDFD, static_cast<id_t>(process), &info, WEXITED | WNOHANG);
     } while (result == -1 && errno == EINTR);
+    if (result == -1 && errno == ECHILD) return kUnknownExit;
     if (result == -1 || info.si_pid == 0) return std::nullopt;
     ChildExit exit;
     if (info.si_code == CLD_EXITED) {
@@ -83,6 +90,9 @@ class SpawnedChild final : public ChildProcess {
  public:
     SpawnedChild(UniqueDescriptor process, pid_t id) : m_process(std::move(process)), m_id(id) {}
 
+    // One that had ended, and was forgotten, before it could be looked at.
+    explicit SpawnedChild(pid_t id) : m_id(id), m_exit(kUnknownExit) {}
+
     ~SpawnedChild() override {
         if (!m_exit) m_exit = Reap(m_process.Get());
         if (!m_exit) Abandoned().Add(std::move(m_process));
@@ -99,13 +109,18 @@ class SpawnedChild final : public ChildProcess {
             pollfd ended{m_process.Get(), POLLIN, 0};
             const int result = ::ppoll(&ended, 1, left ? &*left : nullptr, nullptr);
             if (result == -1 && errno == EINTR) continue;
-            if (result > 0) m_exit = Reap(m_process.Get());
-            return m_exit;
+            m_exit = Reap(m_process.Get());
+            if (result > 0 && !m_exit) m_exit = kUnknownExit;  // the descriptor was taken away from us
+            if (m_exit || result == 0 || deadline.HasPassed()) return m_exit;
+            // There was no memory, or no descriptor may be waited for: look now and then.
+            constexpr timespec kBetweenLooks{0, 10'000'000};
+            (void)::nanosleep(&kBetweenLooks, nullptr);
         }
     }
 
     void Kill() override {
-        SendSignal(m_process.Get(), SIGKILL);  // fails when the child is gone already, which is just as well
+        // Fails when the child is gone already, which is just as well.
+        if (m_process) SendSignal(m_process.Get(), SIGKILL);
     }
 
  private:
@@ -130,21 +145,30 @@ class SpawnPlan {
 
     // All return 0 or an errno value.
     int SendTo(int stream, const std::string& path) {
-        if (path.empty()) return 0;
+        if (path.empty()) return Inherit(stream);
         constexpr mode_t kMode = 0666;
         return ::posix_spawn_file_actions_addopen(&m_files, stream, path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kMode);
+    }
+
+    // A child never starts with a stream closed, since its first file would get that number and what it prints.
+    int Inherit(int stream) {
+        const int flags = ::fcntl(stream, F_GETFD);
+        if (flags != -1 && (flags & FD_CLOEXEC) == 0) return 0;
+        return ::posix_spawn_file_actions_addopen(&m_files, stream, "/dev/null", O_RDWR, 0);
     }
 
     int SendToSame(int stream, int other) { return ::posix_spawn_file_actions_adddup2(&m_files, other, stream); }
 
     int KeepOnlyStreams() { return ::posix_spawn_file_actions_addclosefrom_np(&m_files, STDERR_FILENO + 1); }
 
-    // Ignored signals stay ignored and blocked ones blocked in a child, which did not ask for it.
+    // What this program ignores for its own sake, and blocks, a child would inherit, which did not ask for it. Other
+    // ignored signals stay so, like SIGHUP under nohup: who ignored them meant the children too.
     int GiveDefaultSignals() {
         sigset_t defaults;
         sigset_t blocked;
         ::sigemptyset(&defaults);
         ::sigaddset(&defaults, SIGPIPE);
+        ::sigaddset(&defaults, SIGCHLD);
         ::sigemptyset(&blocked);
         int error = ::posix_spawnattr_setsigdefault(&m_attributes, &defaults);
         if (error == 0) error = ::posix_spawnattr_setsigmask(&m_attributes, &blocked);
@@ -195,21 +219,33 @@ class SpawnedChildren final : public ChildProcesses {
             error = TextOf(failure);
             return nullptr;
         }
-        // Nobody but this function can have reaped the child yet, so the number is still its own.
-        UniqueDescriptor process(OpenProcess(id));
+        UniqueDescriptor process = OpenProcess(id);
         if (!process) {
-            error = TextOf(errno);
-            ::kill(id, SIGKILL);
-            ::waitpid(id, nullptr, 0);
+            const int reason = errno;
+            // Where the number is no child's any more, because SIGCHLD is ignored or somebody waits for all children,
+            // it may become a stranger's: it is left alone.
+            if (reason == ESRCH) return std::make_unique<SpawnedChild>(id);
+            if (IsChild(id)) {
+                ::kill(id, SIGKILL);
+                ::waitpid(id, nullptr, 0);
+            }
+            error = TextOf(reason);
             return nullptr;
         }
         return std::make_unique<SpawnedChild>(std::move(process), id);
     }
 
  private:
+    // Whether the number is still that of a child, ended or not.
+    static bool IsChild(pid_t id) {
+        siginfo_t info{};
+        return ::waitid(P_PID, static_cast<id_t>(id), &info, WEXITED | WNOHANG | WNOWAIT) == 0;
+    }
+
     static int Spawn(const ChildStart& start, pid_t& id) {
         SpawnPlan plan;
-        int failure = plan.SendTo(STDOUT_FILENO, start.standardOutputPath);
+        int failure = plan.Inherit(STDIN_FILENO);
+        if (failure == 0) failure = plan.SendTo(STDOUT_FILENO, start.standardOutputPath);
         if (failure == 0) {
             const bool same = !start.standardErrorPath.empty() && start.standardErrorPath == start.standardOutputPath;
             failure = same ? plan.SendToSame(STDERR_FILENO, STDOUT_FILENO)

@@ -38,4 +38,9 @@ std::optional<timespec> Deadline::Remaining() const {
     return left.tv_sec < 0 ? timespec{} : left;
 }
 
+bool Deadline::HasPassed() const {
+    const std::optional<timespec> left = Remaining();
+    return left && left->tv_sec == 0 && left->tv_nsec == 0;
+}
+
 }  // namespace platform::posix

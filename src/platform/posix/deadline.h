@@ -17,6 +17,8 @@ class Deadline {
     // The moment itself, null when there is none.
     const timespec* Moment() const { return m_moment ? &*m_moment : nullptr; }
 
+    bool HasPassed() const;
+
     // What is left of the time, not below zero; nothing when there is no limit.
     std::optional<timespec> Remaining() const;
 

@@ -67,8 +67,13 @@ bool FileEvent::Set() {
 }
 
 bool FileEvent::TakeSignal() {
-    std::uint32_t expected = kSignalled;
-    if (!std::atomic_ref<std::uint32_t>(*m_word).compare_exchange_strong(expected, kUnsignalled)) return false;
+    const std::atomic_ref<std::uint32_t> word(*m_word);
+    // Whatever is not "unsignalled" counts: a sleep begins at that word alone, so one that is neither signal nor its
+    // absence would let nobody sleep and nobody through.
+    std::uint32_t seen = word.load();
+    do {
+        if (seen == kUnsignalled) return false;
+    } while (!word.compare_exchange_weak(seen, kUnsignalled));
     (void)OrderOf(m_file).load(std::memory_order_acquire);  // for the order alone
     return true;
 }
@@ -85,6 +90,8 @@ WaitResult FileEvent::Wait(std::uint32_t timeoutMs) {
             case 0:       // woken, but somebody else was faster
             case EAGAIN:  // signalled and taken in between
             case EINTR:
+                // The system looks at the time only when it sleeps, and need never sleep beside busy neighbours.
+                if (deadline.HasPassed()) return WaitResult::TimedOut;
                 break;
             case ETIMEDOUT:
                 return WaitResult::TimedOut;

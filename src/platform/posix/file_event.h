@@ -10,7 +10,8 @@
 namespace platform::posix {
 
 // An auto-reset event: one 32-bit word at the start of a shared file, 1 when signalled and 0 when not, and the system's
-// wait queue on that word. No lock is held by anyone, so a killed process leaves nothing locked.
+// wait queue on that word. Any other value, which only a peer that has lost its way writes, counts as a signal. No lock
+// is held by anyone, so a killed process leaves nothing locked.
 class FileEvent final : public NamedEvent {
  public:
     static constexpr std::uint64_t kFileBytes = sizeof(std::uint32_t);

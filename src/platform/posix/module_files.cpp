@@ -3,11 +3,25 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <array>
+#include <climits>
 #include <filesystem>
 #include <system_error>
 
 namespace platform {
 namespace {
+
+// Empty for what is no file, like the system's own library of calls, whose name has no folder.
+std::filesystem::path PathOf(link_map& module) {
+    const std::filesystem::path name(module.l_name);
+    if (name.is_absolute()) return name;
+    if (!name.has_parent_path()) return {};
+    // The name is what the module was asked for by, and the working folder may have changed since. The loader knows the
+    // folder as it was then; a module's record is its handle.
+    std::array<char, PATH_MAX> folder{};
+    if (::dlinfo(&module, RTLD_DI_ORIGIN, folder.data()) == -1) return {};
+    return (std::filesystem::path(folder.data()) / name.filename()).lexically_normal();
+}
 
 class LoadedFiles final : public ModuleFiles {
  public:
@@ -22,7 +36,7 @@ class LoadedFiles final : public ModuleFiles {
             // lead to it.
             file = std::filesystem::read_symlink("/proc/self/exe", error);
         } else {
-            file = std::filesystem::absolute(name, error);
+            file = PathOf(*static_cast<link_map*>(found));
         }
         if (error || file.empty()) return std::nullopt;
         return file.string();

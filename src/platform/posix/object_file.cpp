@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <memory>
 #include <string_view>
 
 #include "platform/posix/last_error.h"
@@ -60,7 +61,7 @@ OtherUsers FindOtherUsers(int file) {
 // trust. Says EACCES otherwise.
 UniqueDescriptor OpenOwn(const std::string& path, bool create, struct stat& facts) {
     const int flags = O_RDWR | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | (create ? O_CREAT : 0);
-    UniqueDescriptor file(::open(path.c_str(), flags, S_IRUSR | S_IWUSR));
+    UniqueDescriptor file = AboveStreams(UniqueDescriptor(::open(path.c_str(), flags, S_IRUSR | S_IWUSR)));
     if (!file || ::fstat(file.Get(), &facts) == -1) return {};
     if (!S_ISREG(facts.st_mode) || facts.st_uid != ::geteuid()) {
         errno = EACCES;
@@ -93,6 +94,10 @@ bool StartAfresh(int file, std::uint64_t bytes) {
     errno = error;
     return error == 0;
 }
+
+struct CloseFolder {
+    void operator()(DIR* folder) const { ::closedir(folder); }
+};
 
 }  // namespace
 
@@ -140,18 +145,25 @@ std::optional<ObjectFile> ObjectFile::Enter(ObjectKind kind, const std::string& 
         }
         if (!BecomeUser(file.Get())) break;
         DropGate(file.Get());
-        return ObjectFile(std::move(file), std::move(path), facts.st_ino);
+        ObjectFile object(std::move(file), std::move(path), facts.st_ino);
+        // Each kind has a gate of its own, so somebody may have come by the same name for the other kind meanwhile.
+        // Both are users before they look once more, so at least one of them finds the other and goes.
+        if (IsUsedAsOtherKind(kind, name)) {
+            errno = EEXIST;
+            break;
+        }
+        return object;
     }
     SetLastError(errno);
     return std::nullopt;
 }
 
 void ObjectFile::RemoveLeftovers() {
-    DIR* const folder = ::opendir(kFolder);
+    const std::unique_ptr<DIR, CloseFolder> folder(::opendir(kFolder));
     if (folder == nullptr) return;
-    while (const dirent* const entry = ::readdir(folder)) {
+    while (const dirent* const entry = ::readdir(folder.get())) {
         const std::string_view fileName = entry->d_name;
-        if (!fileName.starts_with(kFilePrefix)) continue;
+        if (!fileName.starts_with(kEventFilePrefix) && !fileName.starts_with(kMappingFilePrefix)) continue;
         const std::string path = std::string(kFolder).append(fileName);
         struct stat facts {};
         struct flock region {};
@@ -162,7 +174,6 @@ void ObjectFile::RemoveLeftovers() {
             ::unlink(path.c_str());
         }
     }
-    ::closedir(folder);
 }
 
 ObjectFile::~ObjectFile() {

@@ -15,7 +15,8 @@ namespace platform::posix {
 //   byte 1, the gate   exclusive, held while somebody comes or goes; nothing else is ever done under it
 // Coming and going are thus steps that never overlap. Who comes and finds no user starts the object afresh; who goes
 // last removes the file. A process that was killed left its file but no lock, so the next to come starts afresh as
-// well. A name in use for one kind of object can't be had for the other. The locks belong to the open file and not to
+// well. A name in use for one kind of object can't be had for the other (two who come at the same moment, one for each
+// kind, may both be refused). The locks belong to the open file and not to
 // the process, so two users in one process are two users. All failures are in LastError. Thread: one at a time per
 // object.
 class ObjectFile {

@@ -59,7 +59,7 @@ std::string ObjectFileName(ObjectKind kind, const std::string& name, int& error)
     }
     if (error != 0) return {};
 
-    std::string fileName = std::string(kFilePrefix) + (kind == ObjectKind::Event ? "e." : "m.");
+    std::string fileName(kind == ObjectKind::Event ? kEventFilePrefix : kMappingFilePrefix);
     for (const char byte : bare) {
         if (TravelsUnchanged(byte)) {
             fileName += byte;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
 
 namespace platform::posix {
 
@@ -10,8 +12,9 @@ enum class ObjectKind { Event, Mapping };
 inline constexpr std::size_t kMaxObjectNameBytes = 259;
 inline constexpr std::size_t kMaxFileNameBytes = 255;
 
-// What the names of all these files begin with.
-inline constexpr char kFilePrefix[] = "velmoml-";
+// What the names of these files begin with, by the kind of object.
+inline constexpr std::string_view kEventFilePrefix = "velmoml-e.";
+inline constexpr std::string_view kMappingFilePrefix = "velmoml-m.";
 
 // The name of the file that stands for an object, without its folder. Object names may hold any byte but NUL, so all
 // but letters, digits, "_", "." and "-" are written as "%" and two upper-case hexadecimal digits, behind a prefix that

@@ -1,5 +1,6 @@
 #include "platform/posix/unique_descriptor.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,6 +25,11 @@ void UniqueDescriptor::Reset(int next) noexcept {
         errno = error;
     }
     m_descriptor = next;
+}
+
+UniqueDescriptor AboveStreams(UniqueDescriptor descriptor) {
+    if (!descriptor || descriptor.Get() > STDERR_FILENO) return descriptor;
+    return UniqueDescriptor(::fcntl(descriptor.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
 }
 
 }  // namespace platform::posix

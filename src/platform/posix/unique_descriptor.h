@@ -27,4 +27,9 @@ class UniqueDescriptor {
     int m_descriptor = kNone;
 };
 
+// The same open file under a number above those of the standard streams, close-on-exec. In a program that was started
+// with a stream closed the next file gets that stream's number, and what is printed would go into it.
+// None, with the reason in errno, for none and when the system has no number to give.
+UniqueDescriptor AboveStreams(UniqueDescriptor descriptor);
+
 }  // namespace platform::posix

@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <array>
+#include <cstdint>
 #include <map>
 
 #include "platform/win32/unique_handle.h"
@@ -21,9 +22,13 @@ class CreatedChild final : public ChildProcess {
     std::uint32_t Id() const override { return m_id; }
 
     std::optional<ChildExit> WaitForExit(std::uint32_t timeoutMs) override {
-        if (::WaitForSingleObject(m_process.Get(), timeoutMs) != WAIT_OBJECT_0) return std::nullopt;
+        const DWORD outcome = ::WaitForSingleObject(m_process.Get(), timeoutMs);
+        if (outcome == WAIT_TIMEOUT) return std::nullopt;
         DWORD code = 0;
-        if (::GetExitCodeProcess(m_process.Get(), &code) == 0) return std::nullopt;
+        // A wait fails when the handle was taken away from us: waiting on would never end.
+        if (outcome != WAIT_OBJECT_0 || ::GetExitCodeProcess(m_process.Get(), &code) == 0) {
+            return ChildExit{kUnknownExitCode, 0};
+        }
         return ChildExit{static_cast<std::int32_t>(code), 0};
     }
 
@@ -123,9 +128,15 @@ class ChildStreams {
     }
 
  private:
+    // Up to Windows 7 a console's handle is no handle of the kernel, which shows in its two lowest bits: a list with
+    // one in it is refused, and a child has its parent's console without.
+    static bool CanBeListed(const UniqueHandle& handle) {
+        return handle && (reinterpret_cast<std::uintptr_t>(handle.Get()) & 3U) != 3U;
+    }
+
     bool MakeList() {
         for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
-            if (*handle) m_handles[m_count++] = handle->Get();
+            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
         }
         if (m_count == 0) return true;
         SIZE_T bytes = 0;

@@ -6,7 +6,7 @@
 
 namespace platform {
 
-// The program's name ends at the second quote when the line begins with one, else at the first blank.
+// The program's name ends at the first blank outside of quotes, wherever in the name these stand.
 std::string CommandTail(int /*argumentCount*/, const char* const* /*arguments*/) {
     const auto isBlank = [](wchar_t value) { return value == L' ' || value == L'\t'; };
     const wchar_t* rest = ::GetCommandLineW();

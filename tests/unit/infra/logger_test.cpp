@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <mutex>
 #include <stdexcept>
@@ -253,6 +255,36 @@ TEST(LoggerPrint, CutsPrefixAndFormatTogetherAt1023Chars) {
     logger.Print(2, (fits + "b").c_str());
 
     EXPECT_THAT(sink.lines, ElementsAre(Pair(2, result), Pair(2, result)));
+}
+
+TEST(LoggerPrint, LeavesOutAConversionThatIsCutInTwo) {
+    const std::string prefix = "[rvo_calyr][INFO]: ";
+    Logger logger;
+    RecordingSink sink;
+    logger.SetTraceSink(&sink);
+
+    for (const std::string conversion : {"%%", "%d", "%5d", "%-5d", "%05d", "%+.3d", "%hd"}) {
+        for (std::size_t kept = 1; kept < conversion.size(); ++kept) {
+            SCOPED_TRACE(conversion.substr(0, kept));
+            const std::string before(1023 - prefix.size() - kept, 'x');
+
+            logger.Print(2, (before + conversion).c_str(), 7);
+
+            EXPECT_EQ(sink.lines.back().second, prefix + before);
+        }
+    }
+}
+
+TEST(LoggerPrint, KeepsAConversionThatEndsWithTheBound) {
+    const std::string prefix = "[rvo_calyr][INFO]: ";
+    Logger logger;
+    RecordingSink sink;
+    logger.SetTraceSink(&sink);
+    const std::string before(1023 - prefix.size() - 2, 'x');
+
+    logger.Print(2, (before + "%dcut").c_str(), 7);
+
+    EXPECT_EQ(sink.lines.back().second, prefix + before + "7");
 }
 
 TEST(LoggerSink, LetsItsExceptionThroughAndTheLockGo) {

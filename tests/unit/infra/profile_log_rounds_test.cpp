@@ -3,8 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "contract/own_child.h"
+#include "profile_log_rounds_role.h"
 
 namespace infra {
 namespace {
@@ -54,9 +59,17 @@ TEST(ProfileLogRounds, SaturatesAt64Bits) {
 }
 
 TEST(ProfileLogRounds, ReadsTheEnvironmentOfTheProcess) {
-    const char* text = std::getenv("CALYR_PROFILE_LOG_ROUNDS");
+    const auto roundsWith = [](const std::vector<std::pair<std::string, std::string>>& environment) {
+        contract::OwnChild child(
+            platform::ChildStart{contract::OwnProgram(), kProfileLogRoundsRole, environment, {}, {}});
+        return child.EndCode();
+    };
 
-    EXPECT_EQ(ProfileLogRounds(12), ProfileLogRounds(text, 12));
+    EXPECT_EQ(roundsWith({{"CALYR_PROFILE_LOG_ROUNDS", "25x"}}), 25);
+    EXPECT_EQ(roundsWith({{"CALYR_PROFILE_LOG_ROUNDS", "1"}}), 1);
+    EXPECT_EQ(roundsWith({{"CALYR_PROFILE_LOG_ROUNDS", ""}}), 12);
+    EXPECT_EQ(roundsWith({{"CALYR_PROFILE_LOG_ROUNDS", "abc"}}), 12);
+    EXPECT_EQ(roundsWith({{"CALYR_PROFILE_LOG_ROUNDS", "0"}}), 12);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <locale>
+#include <string>
 
 namespace infra {
 namespace {
@@ -54,6 +56,19 @@ TEST(ValueMetric, ShowsTheLeastOfTheNewPeriodOnly) {
     metric.Add(kName, 5);
 
     EXPECT_EQ(metric.Add(kName, 6), "content_change_permille: rounds=2, min=5, max=6, avg=5, p95=6");
+}
+
+TEST(ValueMetric, WritesPlainDecimalsInAnyLocale) {
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    ValueMetric metric(1);
+    const std::string summary = metric.Add("v", 1234567);
+    std::locale::global(before);
+
+    EXPECT_EQ(summary, "v: rounds=1, min=1234567, max=1234567, avg=1234567, p95=1234567");
 }
 
 TEST(ValueMetric, ReportsPosition18For19And20Samples) {

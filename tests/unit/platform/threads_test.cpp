@@ -90,8 +90,7 @@ TEST(Threads, AreJoinedOnce) {
 TEST(Threads, EndTheProcessWhenTheyAreForgottenOrThrow) {
     for (const char* const role : {"abandon:", "throw:"}) {
         const TemporaryFile report;  // what the run-time library says about it
-        contract::OwnChild child(
-            platform::ChildStart{contract::OwnProgram(), role, {}, report.Path(), report.Path()});
+        contract::OwnChild child(platform::ChildStart{contract::OwnProgram(), role, {}, report.Path(), report.Path()});
         const auto exit = child.End();
         ASSERT_TRUE(exit.has_value());
         EXPECT_TRUE(exit->code != 0 || exit->signal != 0) << role;

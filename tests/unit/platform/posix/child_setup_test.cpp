@@ -1,5 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -8,6 +10,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <thread>
 
@@ -47,6 +50,58 @@ const roles::Registered g_prepareAndStart("prepare-and-start", [](const std::str
 const roles::Registered g_isOpen("is-open", [](const std::string& descriptor) {
     return ::fcntl(std::stoi(descriptor), F_GETFD) != -1 ? 1 : 0;
 });
+constexpr std::array kStreams = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+
+void CloseStreams() {
+    for (const int stream : kStreams)
+        ::close(stream);
+}
+
+std::string TargetOf(int descriptor) {
+    std::error_code none;
+    return std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(descriptor), none).string();
+}
+
+// The first stream with something else behind it than `target`, counted from 1; 0 when there is none.
+int StreamThatIsNot(const std::string& target) {
+    for (const int stream : kStreams) {
+        if (TargetOf(stream) != target) return stream + 1;
+    }
+    return 0;
+}
+
+const roles::Registered g_streamsAreNull("streams-are-null", [](const auto&) { return StreamThatIsNot("/dev/null"); });
+const roles::Registered g_prepareWithoutStreams("prepare-without-streams", [](const auto&) {
+    CloseStreams();
+    platform::PrepareProcess();
+    return StreamThatIsNot("/dev/null");
+});
+const roles::Registered g_prepareWithoutOutput("prepare-without-output", [](const auto&) {
+    const std::string input = TargetOf(STDIN_FILENO);
+    ::close(STDOUT_FILENO);
+    platform::PrepareProcess();
+    return TargetOf(STDIN_FILENO) == input && TargetOf(STDOUT_FILENO) == "/dev/null" ? 0 : 1;
+});
+const roles::Registered g_objectsWithoutStreams("objects-without-streams", [](const auto&) {
+    CloseStreams();
+    platform::KernelObjects& os = platform::SystemKernelObjects();
+    const auto event = os.CreateOrOpenEvent(contract::FreshName("e"));
+    const auto mapping = os.CreateMapping(contract::FreshName("m"), 4096);
+    return event != nullptr && mapping != nullptr ? StreamThatIsNot("") : -1;
+});
+const roles::Registered g_startWithoutStreams("start-without-streams", [](const std::string& tail) {
+    CloseStreams();
+    return OwnChild(tail).EndCode();
+});
+const roles::Registered g_startToFileWithoutStreams("start-without-streams-to-file", [](const auto&) {
+    CloseStreams();
+    return OutputOf("tail:written") == "written" ? 0 : 1;
+});
+const roles::Registered g_startWithClosingStreams("start-with-closing-streams", [](const std::string& tail) {
+    for (const int stream : kStreams)
+        (void)::fcntl(stream, F_SETFD, FD_CLOEXEC);
+    return OwnChild(tail).EndCode();
+});
 const roles::Registered g_streams("streams", [](const auto&) {
     platform::SystemStandardStreams().Write(platform::StandardStream::Output, "lost");
     platform::SystemStandardStreams().Write(platform::StandardStream::Error, "arrives");
@@ -60,6 +115,25 @@ TEST(PrepareProcess, KeepsAClosedPipeFromEndingTheProcess) {
     const auto unprepared = OwnChild("closed-pipe:").End();
     ASSERT_TRUE(unprepared.has_value());
     EXPECT_EQ(unprepared->signal, SIGPIPE);
+}
+
+// A descriptor that is free is the next file's: were a stream left closed, what is printed would go into an object.
+TEST(PrepareProcess, PutsNothingBehindClosedStreams) {
+    EXPECT_EQ(OwnChild("prepare-without-streams:").EndCode(), 0);
+    EXPECT_EQ(OwnChild("prepare-without-output:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, KeepsItsObjectsOffItsClosedStreams) {
+    EXPECT_EQ(OwnChild("objects-without-streams:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, GetsNothingBehindAStreamThatItsParentLacks) {
+    EXPECT_EQ(OwnChild("start-without-streams:streams-are-null:").EndCode(), 0);
+    EXPECT_EQ(OwnChild("start-with-closing-streams:streams-are-null:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, WritesToItsFilesAlsoWhenItsParentLacksStreams) {
+    EXPECT_EQ(OwnChild("start-without-streams-to-file:").EndCode(), 0);
 }
 
 TEST(ChildOnLinux, DoesNotInheritThatPipesAreIgnored) {
@@ -111,6 +185,157 @@ TEST(ChildOnLinux, ThatWasLetGoIsReapedWithTheNextStart) {
     EXPECT_EQ(OwnChild("exit:0").EndCode(), 0);
 
     EXPECT_FALSE(std::filesystem::exists("/proc/" + std::to_string(id)));
+}
+
+std::ptrdiff_t OpenDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return std::distance(begin(all), end(all));
+}
+
+TEST(ChildOnLinux, LeavesNoDescriptorBehind) {
+    EXPECT_EQ(OwnChild("exit:0").EndCode(), 0);
+    const std::ptrdiff_t before = OpenDescriptors();
+
+    for (int i = 0; i < 3; ++i) {
+        const TemporaryFile output;
+        std::string error;
+        OwnChild child(platform::ChildStart{OwnProgram(), "exit:0", {}, output.Path(), output.Path()});
+        EXPECT_EQ(child.EndCode(), 0);
+        EXPECT_EQ(platform::SystemChildProcesses().Start({"/no such program", "", {}, {}, {}}, error), nullptr);
+        EXPECT_EQ(platform::SystemChildProcesses().Start({OwnProgram(), "", {}, "/no such/file", {}}, error), nullptr);
+    }
+
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+// Waits until the system says that the child has ended, and leaves its entry in the process table.
+void AwaitEnd(std::uint32_t id) {
+    siginfo_t info{};
+    ASSERT_EQ(::waitid(P_PID, id, &info, WEXITED | WNOWAIT), 0);
+}
+
+TEST(ChildOnLinux, ThatHasEndedIsReapedWhenItIsLetGo) {
+    const std::ptrdiff_t before = OpenDescriptors();
+    std::string error;
+    auto child = platform::SystemChildProcesses().Start({OwnProgram(), "exit:0", {}, {}, {}}, error);
+    ASSERT_NE(child, nullptr) << error;
+    const std::uint32_t id = child->Id();
+    ASSERT_NO_FATAL_FAILURE(AwaitEnd(id));
+
+    child.reset();
+
+    EXPECT_FALSE(std::filesystem::exists("/proc/" + std::to_string(id)));
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(ChildOnLinux, HasEndedWithAnUnknownCodeWhenSomebodyElseReapedIt) {
+    const std::ptrdiff_t before = OpenDescriptors();
+    {
+        OwnChild child("exit:3");
+        ASSERT_EQ(::waitpid(static_cast<pid_t>(child.Process().Id()), nullptr, 0),
+                  static_cast<pid_t>(child.Process().Id()));
+
+        for (const std::uint32_t timeoutMs : {0U, 10U, platform::kNoTimeLimit}) {
+            const auto exit = child.Process().WaitForExit(timeoutMs);
+            ASSERT_TRUE(exit.has_value());
+            EXPECT_EQ(exit->code, platform::kUnknownExitCode);
+            EXPECT_EQ(exit->signal, 0);
+        }
+        child.Process().Kill();
+    }
+
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+// In a child of its own, as it would ignore them for the other tests too.
+const roles::Registered g_ignoreChildren("ignore-children", [](const auto&) {
+    (void)std::signal(SIGCHLD, SIG_IGN);
+    const std::ptrdiff_t before = OpenDescriptors();
+    for (int i = 0; i < 20; ++i) {
+        OwnChild child("exit:3");
+        const auto exit = child.End();
+        if (!exit || exit->code != platform::kUnknownExitCode || exit->signal != 0) return 1;
+    }
+    {
+        const std::string name = contract::FreshName();
+        const auto end = platform::SystemKernelObjects().CreateOrOpenEvent(name);
+        OwnChild running("until:" + name);
+        if (running.Process().WaitForExit(10)) return 2;  // it is running, not unknown
+        std::string error;
+        auto letGo = platform::SystemChildProcesses().Start({OwnProgram(), "until:" + name, {}, {}, {}}, error);
+        if (letGo == nullptr) return 3;
+        const std::string entry = "/proc/" + std::to_string(letGo->Id());
+        letGo.reset();
+        if (!end->Set() || !end->Set()) return 4;
+        running.Kill();
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::milliseconds(contract::kWatchdogMs);
+        while (std::filesystem::exists(entry)) {
+            if (std::chrono::steady_clock::now() > giveUp) return 5;
+            (void)end->Set();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        OwnChild("exit:0").End();  // has an eye on those that were let go
+    }
+    return OpenDescriptors() == before ? 0 : 6;
+});
+
+TEST(ChildOnLinux, HasEndedWithAnUnknownCodeWhereChildrenAreIgnored) {
+    EXPECT_EQ(OwnChild("ignore-children:").EndCode(), 0);
+}
+
+const roles::Registered g_childrenAreNoticed("children-are-noticed", [](const auto&) {
+    struct sigaction now {};
+    return ::sigaction(SIGCHLD, nullptr, &now) == 0 && now.sa_handler == SIG_DFL ? 0 : 1;
+});
+const roles::Registered g_ignoreAndStart("ignore-and-start", [](const std::string& tail) {
+    (void)std::signal(SIGCHLD, SIG_IGN);
+    const TemporaryFile file;
+    OwnChild child(platform::ChildStart{OwnProgram(), tail, {}, file.Path(), {}});
+    (void)child.End();
+    return file.Content() == "0" ? 0 : 1;
+});
+const roles::Registered g_sayCode("say-code", [](const std::string& tail) {
+    const int code = roles::All().at(tail)("");
+    platform::SystemStandardStreams().Write(platform::StandardStream::Output, std::to_string(code));
+    return code;
+});
+
+TEST(ChildOnLinux, DoesNotInheritThatChildrenAreIgnored) {
+    EXPECT_EQ(OwnChild("ignore-and-start:say-code:children-are-noticed").EndCode(), 0);
+}
+
+// The system refuses to wait for more descriptors than a process may have.
+class NoDescriptorsToWaitFor {
+ public:
+    NoDescriptorsToWaitFor() {
+        EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &m_before), 0);
+        const rlimit none{0, m_before.rlim_max};
+        EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &none), 0);
+    }
+    NoDescriptorsToWaitFor(const NoDescriptorsToWaitFor&) = delete;
+    NoDescriptorsToWaitFor& operator=(const NoDescriptorsToWaitFor&) = delete;
+    ~NoDescriptorsToWaitFor() { ::setrlimit(RLIMIT_NOFILE, &m_before); }
+
+ private:
+    rlimit m_before{};
+};
+
+TEST(ChildOnLinux, IsWaitedForAlsoWhenTheSystemRefusesTheWait) {
+    const std::string name = contract::FreshName();
+    const auto end = platform::SystemKernelObjects().CreateOrOpenEvent(name);
+    ASSERT_NE(end, nullptr);
+    OwnChild child("until:" + name);
+    const NoDescriptorsToWaitFor refusal;
+
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(child.Process().WaitForExit(0).has_value());
+    EXPECT_FALSE(child.Process().WaitForExit(50).has_value());
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(50));
+
+    EXPECT_TRUE(end->Set());
+    const auto exit = child.Process().WaitForExit(platform::kNoTimeLimit);
+    ASSERT_TRUE(exit.has_value());
+    EXPECT_EQ(exit->code, 0);
 }
 
 TEST(ChildOnLinux, ObjectsAreNotInherited) {

@@ -6,6 +6,7 @@
 
 #include "child_roles.h"
 #include "contract/own_child.h"
+#include "output_of.h"
 #include "platform/win32/unique_handle.h"
 
 namespace {
@@ -27,6 +28,30 @@ TEST(ChildOnWindows, GetsNoHandleButTheStreams) {
 
     EXPECT_EQ(child.EndCode(), 0);
     EXPECT_EQ(::WaitForSingleObject(event.Get(), 0), static_cast<DWORD>(WAIT_TIMEOUT));
+}
+
+DWORD OpenHandles() {
+    DWORD count = 0;
+    EXPECT_NE(::GetProcessHandleCount(::GetCurrentProcess(), &count), 0);
+    return count;
+}
+
+TEST(ChildOnWindows, LeavesNoHandleBehind) {
+    EXPECT_EQ(OwnChild("exit:0").EndCode(), 0);
+    const DWORD before = OpenHandles();
+
+    for (int i = 0; i < 3; ++i) {
+        const TemporaryFile output;
+        std::string error;
+        OwnChild child(platform::ChildStart{contract::OwnProgram(), "exit:0", {}, output.Path(), output.Path()});
+        EXPECT_EQ(child.EndCode(), 0);
+        EXPECT_EQ(platform::SystemChildProcesses().Start({"/no such program", "", {}, {}, {}}, error), nullptr);
+        EXPECT_EQ(platform::SystemChildProcesses().Start({contract::OwnProgram(), "", {}, "/no such/file", {}}, error),
+                  nullptr);
+        platform::SystemChildProcesses().Start({contract::OwnProgram(), "exit:0", {}, {}, {}}, error).reset();
+    }
+
+    EXPECT_EQ(OpenHandles(), before);
 }
 
 TEST(UniqueHandle, KeepsTheLastErrorWhileClosing) {

@@ -46,6 +46,7 @@ Link::~Link() {
 }
 
 Outcome Link::Open() {
+    if (m_wasOpened) return Outcome::Failure("this link has been opened before");
     Outcome outcome = CheckId(m_id, m_seams.textConversion);
     if (outcome) outcome = m_commands.Open(m_id + calyr_ipc::kCommandSuffix);
     if (outcome) outcome = m_frames.Open(m_id + calyr_ipc::kInputSuffix);
@@ -61,6 +62,7 @@ Outcome Link::Open() {
                               [this](const calyr_ipc::IpcLogChunk& chunk) { TakeLogChunk(chunk); });
     }
     if (!outcome) Close();
+    m_wasOpened = static_cast<bool>(outcome);
     return outcome;
 }
 

@@ -118,7 +118,7 @@ class Link {
 
     // Opens the five channels, making those that aren't there, and begins to listen. Once, before or after the process
     // is started, by this object or otherwise; not at the same moment (see ChannelObjects::Open). A failure leaves
-    // nothing open, and names what could not be had.
+    // nothing open, and names what could not be had. A link that is open, or was, stays as it is and answers a failure.
     Outcome Open();
 
     // Starts the process with this link's id. Once. Its working directory is this process's.
@@ -172,6 +172,7 @@ class Link {
     const Seams m_seams;
     std::atomic<HeartBeats> m_heartBeats;
     std::atomic<std::uint32_t> m_processId{0};
+    bool m_wasOpened = false;  // touched by Open only
     std::unique_ptr<platform::ChildProcess> m_process;
     LogLineAssembler m_log;  // touched by the log channel's thread only
     // The receiving ends go first: their threads send.

@@ -157,11 +157,12 @@ class ReceiverLists {
 template <std::int32_t N>
 class SenderLists {
  public:
-    // A free node, now in the caller's hand: its slot may be written until Keep. kNoNode when none can be had, which is
-    // also so while one that was taken has not been kept.
+    // A free node, now in the caller's hand: its slot may be written until Keep. One that was taken and never kept,
+    // because its writer failed, comes again. kNoNode when none can be had.
     template <class Words>
     std::int32_t TakeFree(Words& words) {
-        if (m_damaged || m_inHand != ipc::kNoNode) return ipc::kNoNode;
+        if (m_damaged) return ipc::kNoNode;
+        if (m_inHand != ipc::kNoNode) return m_inHand;
         const std::int32_t head = UsableHead(words, ipc::List::Free);
         if (head == ipc::kNoNode) return ipc::kNoNode;
         const std::int32_t newer = words.LoadNext(head);

@@ -36,8 +36,10 @@ class ReceiveEnd {
     ReceiveEnd(const ReceiveEnd&) = delete;
     ReceiveEnd& operator=(const ReceiveEnd&) = delete;
 
-    // Attaches to the channel `name` or makes it, and starts the thread. Called once, by one thread.
+    // Attaches to the channel `name` or makes it, and starts the thread. Once: an end that is open, or was, stays as it
+    // is and the outcome is a failure. By the thread that also closes.
     Outcome Open(const std::string& name, Visitor visitor) {
+        if (m_thread || m_stop) return Outcome::Failure("channel " + name + " has been opened before");
         Outcome outcome = m_objects.Open(name);
         if (!outcome) return outcome;
         // A sender that attached while the lists were not there yet waits for a slot, on the log channel for good.

@@ -40,8 +40,10 @@ class SendEnd {
     SendEnd(const SendEnd&) = delete;
     SendEnd& operator=(const SendEnd&) = delete;
 
-    // Attaches to the channel `name` or makes it, and starts the thread. Called once, by one thread.
+    // Attaches to the channel `name` or makes it, and starts the thread. Once: an end that is open, or was, stays as it
+    // is and the outcome is a failure. By the thread that also closes; others may send meanwhile.
     Outcome Open(const std::string& name) {
+        if (m_thread || m_stop) return Outcome::Failure("channel " + name + " has been opened before");
         Outcome outcome = m_objects.Open(name);
         if (!outcome) return outcome;
         m_thread = m_threads.Start([this] { Pump(); });
@@ -49,11 +51,13 @@ class SendEnd {
             m_objects.Close();
             return Outcome::Failure("no thread for channel " + name);
         }
-        m_isOpen = true;
+        const std::lock_guard lock(m_mutex);
+        m_isOpen = true;  // publishes the objects to those who send already
         return outcome;
     }
 
-    // Sends one message without ever waiting for the process. `writer` fills a slot, which may hold anything.
+    // Sends one message without ever waiting for the process. `writer` fills a slot, which may hold anything. What it
+    // throws is passed on; nothing is sent then, and the slot serves the next message.
     SendResult Send(ipc::function_ref<void(T&)> writer) {
         const std::lock_guard lock(m_mutex);
         if (!m_isOpen || m_lists.Damaged()) return SendResult::Closed;

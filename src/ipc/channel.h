@@ -34,7 +34,8 @@ class channel : public channel_base {
 
     // Attaches to the channel `name`, or makes it when it is not there. Called once, before the channel is shared with
     // other threads. False when an event or the mapping can't be had; the channel is closed then. When there was
-    // nothing to attach to, the system's error number goes to standard output.
+    // nothing to attach to, the system's error number goes to standard output. An open channel lets go of what it had
+    // and attaches anew.
     bool Open(const std::string& name) { return OpenObjects(name); }
 
     // Sends one message: `writer` fills a free slot, which may hold anything, and the peer is told. An empty writer

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <span>
 #include <string_view>
+#include <utility>
 
 namespace ipc {
 namespace {
@@ -52,7 +53,13 @@ channel_base::channel_base(std::int32_t role, const ChannelLayout& layout, platf
 bool channel_base::OpenObjects(const std::string& name) {
     if (m_closed.load() != 0) return false;
     const std::string mappingName = ObjectName(name, "_shm");
-    if (OpenEvents(name) && (AttachMapping(mappingName) || MakeMapping(mappingName))) return true;
+    if (OpenEvents(name)) {
+        // Opened before: that mapping goes only when the next one stands, or the messages in it would go along.
+        const std::unique_ptr<platform::NamedMapping> earlier = LetGoOfMapping();
+        const bool open = AttachMapping(mappingName) || MakeMapping(mappingName);
+        if (earlier) earlier->Unmap();
+        if (open) return true;
+    }
     Close();
     return false;
 }
@@ -184,8 +191,8 @@ void channel_base::Shut() {
     std::unique_lock lock(m_leaveMutex);
     const std::uint32_t own = insideVisitor ? 1 : 0;
     m_left.wait(lock, [this, own] { return m_inside.load() == (kClosing | own); });
-    if (m_destroyedFlag != nullptr) *m_destroyedFlag = true;
-    if (insideVisitor) ReleaseObjects();  // its Receive won't come to leave any more
+    if (m_destroyedFlag != nullptr) *m_destroyedFlag = true;  // only ever set here when insideVisitor
+    if (insideVisitor) ReleaseObjects();                      // its Receive won't come to leave any more
 }
 
 bool channel_base::Enter() {
@@ -214,11 +221,17 @@ void channel_base::ReleaseObjects() {
     m_evtFilledName.clear();
     m_evtAvail.reset();
     m_evtAvailName.clear();
-    if (m_view != nullptr) m_mapping->Unmap();
+    const bool mapped = m_view != nullptr;
+    const std::unique_ptr<platform::NamedMapping> mapping = LetGoOfMapping();
+    if (mapped) mapping->Unmap();
+}
+
+// Forgets the mapping and what points into it, and hands it to the caller; null when there is none.
+std::unique_ptr<platform::NamedMapping> channel_base::LetGoOfMapping() {
     m_view = nullptr;
-    m_mapping.reset();
     m_mappingSize = 0;
     m_header = nullptr;
+    return std::move(m_mapping);
 }
 
 }  // namespace ipc

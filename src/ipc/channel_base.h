@@ -90,6 +90,7 @@ class channel_base {
     bool OpenEvents(const std::string& name);
     bool AttachMapping(const std::string& mappingName);
     bool MakeMapping(const std::string& mappingName);
+    std::unique_ptr<platform::NamedMapping> LetGoOfMapping();
     AtomicWords Words() const;
     bool Enter();
     void Leave();

@@ -7,6 +7,19 @@
 
 namespace ipc {
 
+namespace detail {
+
+template <class Object>
+concept ComparesWithNull = requires(const Object& object) {
+    static_cast<bool>(object == nullptr);
+};
+
+// Both: a captureless lambda compares with null too, by way of its function pointer, and is never empty.
+template <class Object>
+concept CanBeNull = std::is_constructible_v<std::remove_cv_t<Object>, std::nullptr_t> && ComparesWithNull<Object>;
+
+}  // namespace detail
+
 // A callable that somebody else owns, passed down for the length of one call: no copy and no allocation. It may be
 // empty; test it before calling. Whoever keeps one longer than the callable lives calls what is gone.
 // Thread: that of the callable.
@@ -19,7 +32,7 @@ class function_ref<Result(Arguments...)> {
     function_ref(std::nullptr_t = nullptr) {}
 
     // Refers to `callable`. One that can be empty (a function pointer, a std::function) and is gives an empty
-    // reference.
+    // reference. Which can: those that can be made of null and compared with it.
     template <class Callable>
     requires(!std::is_same_v<std::remove_cvref_t<Callable>, function_ref> &&
              !std::is_same_v<std::remove_cvref_t<Callable>, std::nullptr_t> &&
@@ -27,7 +40,7 @@ class function_ref<Result(Arguments...)> {
              std::is_invocable_r_v<Result, std::remove_reference_t<Callable>&, Arguments...>)
         function_ref(Callable&& callable) {  // NOLINT(bugprone-forwarding-reference-overload): constrained above
         using Object = std::remove_reference_t<Callable>;
-        if constexpr (std::is_constructible_v<std::remove_cv_t<Object>, std::nullptr_t>) {
+        if constexpr (detail::CanBeNull<Object>) {
             if (callable == nullptr) return;
         }
         m_object = const_cast<void*>(static_cast<const void*>(std::addressof(callable)));

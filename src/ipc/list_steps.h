@@ -26,6 +26,10 @@ constexpr List OtherList(List list) {
     return list == List::Free ? List::Used : List::Free;
 }
 
+// A lock that stands in for an atomic would be one of this process alone, and the other one would never see it.
+static_assert(std::atomic_ref<std::int32_t>::is_always_lock_free);
+static_assert(std::atomic_ref<std::uint8_t>::is_always_lock_free);
+
 // The shared words in a mapping. The header and the nodes must stay mapped; nothing is owned. Thread: any.
 class AtomicWords {
  public:

@@ -67,7 +67,13 @@ class FakeKernelObjects : public platform::KernelObjects {
     // Runs `hook` at the beginning of every wait on the event `name`, on the waiting thread, with no lock held.
     void OnWait(const std::string& name, std::function<void()> hook) {
         const std::lock_guard lock(m_mutex);
-        m_hooks[name] = std::move(hook);
+        m_waitHooks[name] = std::move(hook);
+    }
+
+    // Runs `hook` at the beginning of every Set of the event `name`, on the setting thread, with no lock held.
+    void OnSet(const std::string& name, std::function<void()> hook) {
+        const std::lock_guard lock(m_mutex);
+        m_setHooks[name] = std::move(hook);
     }
 
     // Sets an event from outside, as a stray signal or the peer does; not recorded.
@@ -217,7 +223,8 @@ class FakeKernelObjects : public platform::KernelObjects {
     std::map<std::thread::id, std::uint32_t> m_lastErrors;
     std::map<Call, std::deque<Failure>> m_failures;
     std::map<std::string, std::deque<platform::WaitResult>> m_scripts;
-    std::map<std::string, std::function<void()>> m_hooks;
+    std::map<std::string, std::function<void()>> m_waitHooks;
+    std::map<std::string, std::function<void()>> m_setHooks;
     std::map<std::string, int> m_waiters;
     std::vector<std::string> m_calls;
     bool m_recording = true;
@@ -239,8 +246,9 @@ class FakeKernelObjects::Event : public platform::NamedEvent {
     }
 
     bool Set() override {
-        const std::lock_guard lock(m_owner.m_mutex);
+        std::unique_lock lock(m_owner.m_mutex);
         m_owner.Record("Set " + m_name);
+        RunHook(m_owner.m_setHooks, lock);
         m_object->signalled = true;
         m_owner.m_changed.notify_all();
         return true;
@@ -249,12 +257,7 @@ class FakeKernelObjects::Event : public platform::NamedEvent {
     platform::WaitResult Wait(std::uint32_t timeoutMs) override {
         std::unique_lock lock(m_owner.m_mutex);
         m_owner.Record("Wait " + m_name + " " + std::to_string(timeoutMs));
-        if (const auto hook = m_owner.m_hooks.find(m_name); hook != m_owner.m_hooks.end()) {
-            const std::function<void()> run = hook->second;
-            lock.unlock();
-            run();
-            lock.lock();
-        }
+        RunHook(m_owner.m_waitHooks, lock);
         if (auto& script = m_owner.m_scripts[m_name]; !script.empty()) {
             const platform::WaitResult result = script.front();
             script.pop_front();
@@ -284,6 +287,15 @@ class FakeKernelObjects::Event : public platform::NamedEvent {
     }
 
  private:
+    void RunHook(const std::map<std::string, std::function<void()>>& hooks, std::unique_lock<std::mutex>& lock) const {
+        const auto hook = hooks.find(m_name);
+        if (hook == hooks.end()) return;
+        const std::function<void()> run = hook->second;
+        lock.unlock();
+        run();
+        lock.lock();
+    }
+
     void CountWaiter(int change) {
         m_owner.m_waiters[m_name] += change;
         m_owner.m_changed.notify_all();

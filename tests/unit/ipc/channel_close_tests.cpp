@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <future>
 #include <thread>
@@ -248,6 +250,51 @@ TEST_F(ChannelClose, ByAVisitorThatDestroysTheChannelAndThrowsTouchesNothingMore
                  int);
 
     EXPECT_EQ(m_os.LiveObjects(), 3);
+}
+
+// A frame as deep as that of a Receive before it, and destroys the channel: nothing may be written to what was that
+// Receive's stack.
+bool DestroysWithoutTouchingTheStack(std::unique_ptr<Channel>& channel) {
+    std::array<volatile unsigned char, 16384> stack;
+    for (volatile unsigned char& byte : stack)
+        byte = 0;
+    channel.reset();
+    return std::all_of(stack.begin(), stack.end(), [](const volatile unsigned char& byte) { return byte == 0; });
+}
+
+bool ReceivesOne(std::unique_ptr<Channel>& channel) {
+    bool received = false;
+    channel->Receive([&](const Slot&) { received = true; }, 0);
+    return received;
+}
+
+TEST_F(ChannelClose, ByTheDestructorTellsNoVisitorThatHasReturned) {
+    const auto sender = MakeOpen(ipc::kSends);
+    auto receiver = MakeOpen(ipc::kReceives);
+    ASSERT_TRUE(SendValue(*sender, 42));
+    // Through volatile pointers, so that each has a frame of its own, at the same place.
+    bool (*volatile const receive)(std::unique_ptr<Channel>&) = &ReceivesOne;
+    bool (*volatile const destroy)(std::unique_ptr<Channel>&) = &DestroysWithoutTouchingTheStack;
+
+    EXPECT_TRUE(receive(receiver));
+    EXPECT_TRUE(destroy(receiver));
+}
+
+// Wake has marked the channel closed and is about to signal the first event: that and the next must still be there.
+TEST_F(ChannelClose, LeavesTheObjectsToAWakeThatIsStillSignalling) {
+    const auto channel = MakeOpen(ipc::kReceives);
+    int objectsAfterClose = 0;
+    m_os.OnSet(kFilled, [&] {
+        std::thread([&] { channel->Close(); }).join();
+        objectsAfterClose = m_os.LiveObjects();
+    });
+    m_os.ForgetCalls();
+
+    channel->Wake();
+
+    EXPECT_EQ(objectsAfterClose, 3);
+    EXPECT_THAT(m_os.Calls(), ElementsAre("Set id_evt_fld", "Set id_evt_avl", "CloseEvent id_evt_fld",
+                                          "CloseEvent id_evt_avl", "Unmap id_shm", "CloseMapping id_shm"));
 }
 
 TEST_F(ChannelClose, DestructorWaitsForTheVisitorOfAnotherThread) {

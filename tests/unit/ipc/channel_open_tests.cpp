@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "channel_fixture.h"
 
 using support::Call;
@@ -185,6 +187,69 @@ TEST_F(ChannelOpen, LeavesAClosedChannelClosed) {
     EXPECT_FALSE(channel->Open("id"));
 
     EXPECT_THAT(m_os.Calls(), IsEmpty());
+}
+
+TEST_F(ChannelOpen, OfAnOpenChannelClosesEachEventBeforeItsSuccessorIsMade) {
+    const auto channel = MakeOpen(ipc::kSends);
+    m_os.ForgetCalls();
+
+    EXPECT_TRUE(channel->Open("id"));
+
+    EXPECT_THAT(m_os.Calls(), ElementsAre("CloseEvent id_evt_avl", "CreateOrOpenEvent id_evt_avl",
+                                          "CloseEvent id_evt_fld", "CreateOrOpenEvent id_evt_fld", "OpenMapping id_shm",
+                                          "Map id_shm 104", "Unmap id_shm", "CloseMapping id_shm"));
+    EXPECT_EQ(m_os.LiveObjects(), 3);
+}
+
+TEST_F(ChannelOpen, OfAnOpenChannelKeepsWhatIsQueuedUnderTheSameName) {
+    const auto channel = MakeOpen(ipc::kReceives);
+    const auto peer = MakeOpen(ipc::kSends);
+    ASSERT_TRUE(SendValue(*peer, 11));
+    ASSERT_TRUE(peer->Open("id"));
+    ASSERT_TRUE(SendValue(*peer, 12));
+
+    EXPECT_TRUE(channel->Open("id"));
+
+    EXPECT_EQ(ReceiveValue(*channel), 11);
+    EXPECT_EQ(ReceiveValue(*channel), 12);
+}
+
+TEST_F(ChannelOpen, OfAnOpenChannelUnderAnotherNameLetsGoOfTheFirst) {
+    const auto channel = MakeOpen(ipc::kSends);
+
+    EXPECT_TRUE(channel->Open("other"));
+
+    EXPECT_EQ(m_os.LiveObjects(), 3);
+    EXPECT_EQ(m_os.Memory("id_shm"), nullptr);
+    EXPECT_TRUE(SendValue(*channel, 11));
+    EXPECT_TRUE(m_os.IsSet("other_evt_fld"));
+}
+
+TEST_F(ChannelOpen, OfAnOpenChannelClosesEverythingOnceWhenNoMappingCanBeHad) {
+    auto channel = MakeOpen(ipc::kSends);
+    m_os.ForgetCalls();
+    m_os.FailNext(Call::OpenMapping, support::kAccessDenied);
+    m_os.FailNext(Call::CreateMapping, support::kNotEnoughMemory);
+
+    EXPECT_FALSE(channel->Open("id"));
+
+    EXPECT_EQ(m_os.LiveObjects(), 0);
+    EXPECT_FALSE(SendValue(*channel, 11));
+    channel.reset();
+    const auto calls = m_os.Calls();
+    for (const char* call : {"Set id_evt_fld", "Set id_evt_avl", "Unmap id_shm", "CloseMapping id_shm"})
+        EXPECT_EQ(std::count(calls.begin(), calls.end(), call), 1) << call;
+}
+
+TEST_F(ChannelOpen, OfAnOpenChannelClosesEverythingWhenAnEventCannotBeHad) {
+    for (int spared = 0; spared < 2; ++spared) {
+        const auto channel = MakeOpen(ipc::kSends);
+        m_os.FailNext(Call::CreateOrOpenEvent, support::kNotEnoughMemory, spared);
+
+        EXPECT_FALSE(channel->Open("id"));
+
+        EXPECT_EQ(m_os.LiveObjects(), 0);
+    }
 }
 
 TEST_F(ChannelOpen, CutsNamesTo1023Bytes) {

@@ -199,6 +199,23 @@ TEST_F(ChannelSend, NeverTakesASlotOnAChannelThatReceives) {
     EXPECT_THAT(m_os.Calls(), ElementsAre("Wait id_evt_avl 3"));
 }
 
+class UnknownRole : public ChannelTest, public testing::WithParamInterface<std::int32_t> {};
+INSTANTIATE_TEST_SUITE_P(Channel, UnknownRole, testing::Values(-1, 2, 0x7FFFFFFF));
+
+TEST_P(UnknownRole, NeitherSendsNorReceives) {
+    const auto sender = MakeOpen(ipc::kSends);
+    ASSERT_TRUE(SendValue(*sender, 42));
+    const auto neither = MakeOpen(GetParam());
+    const auto before = Bytes();
+    m_os.ForgetCalls();
+
+    EXPECT_FALSE(SendValue(*neither, 5, true, 3));
+    EXPECT_EQ(ReceiveValue(*neither, 3), std::nullopt);
+
+    EXPECT_EQ(Bytes(), before);
+    EXPECT_THAT(m_os.Calls(), ElementsAre("Wait id_evt_avl 3"));  // only Send waits, for a slot that never comes
+}
+
 TEST_F(ChannelSend, FailsAtOnceOnAChannelThatWasNeverOpened) {
     const auto sender = Make(ipc::kSends);
 

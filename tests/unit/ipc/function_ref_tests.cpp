@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
@@ -48,6 +49,18 @@ TEST(FunctionRef, CallsAFunctionPointerAndAConstantCallable) {
 
     EXPECT_EQ(Measure(pointer)("abc"), 3);
     EXPECT_EQ(Measure(constant)("abc"), 9);
+}
+
+// Can be made of null, like a std::function, but not compared with it.
+struct Incomparable {
+    explicit Incomparable(std::nullptr_t) {}
+    int operator()(const std::string& text) const { return LengthOf(text); }
+};
+
+TEST(FunctionRef, TakesACallableForFullThatCannotBeAsked) {
+    const Incomparable callable(nullptr);
+
+    EXPECT_EQ(Measure(callable)("abc"), 3);
 }
 
 TEST(FunctionRef, IsEmptyWhenTheCallableIs) {

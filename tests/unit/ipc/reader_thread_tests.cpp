@@ -245,6 +245,42 @@ TEST_F(ReaderThreadDeathTest, FailedJoinIsDroppedAndTheChannelLetGo) {
         testing::ExitedWithCode(43), "");
 }
 
+// It would find the second message: a woken channel still gives what is queued.
+TEST_F(ReaderThreadDeathTest, ThreadThatCouldNotBeJoinedEndsAlsoWhenAStartWithoutAChannelFollows) {
+    EXPECT_EXIT(
+        {
+            const auto sender = MakeOpen(ipc::kSends);
+            const auto channel = MakeShared();
+            (void)SendValue(*sender, 1);
+            (void)SendValue(*sender, 2);
+            std::promise<void> entered;
+            std::promise<void> mayLeave;
+            std::atomic<int> visits{0};
+            auto token = std::make_shared<int>();
+            const std::weak_ptr<int> running = token;  // gone when the thread has ended
+            auto* const reader = new ipc::reader_thread(m_threads);
+            reader->Start(
+                channel,
+                [&, token](const Slot&) {
+                    if (++visits > 1) return;
+                    entered.set_value();
+                    mayLeave.get_future().wait();
+                },
+                5000);
+            token.reset();
+            entered.get_future().wait();
+            m_threads.FailNextJoin();
+
+            reader->Start(std::shared_ptr<Channel>(), nullptr, 5000);
+            mayLeave.set_value();
+
+            while (!running.expired() && visits < 2)
+                std::this_thread::yield();
+            std::_Exit(visits == 1 ? 43 : 44);
+        },
+        testing::ExitedWithCode(43), "");
+}
+
 TEST_F(ReaderThreadDeathTest, StopOnItsOwnThreadIsDroppedAndTheDestructorEndsTheProcess) {
     EXPECT_EXIT(
         {

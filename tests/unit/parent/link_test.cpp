@@ -327,6 +327,19 @@ TEST_F(LinkTest, AnswersClosedUntilItIsOpenAndAfterClose) {
     EXPECT_EQ(m_threads.Joined(), m_threads.Started());
 }
 
+TEST_F(LinkTest, IsRefusedASecondOpenAndStaysAsItIs) {
+    ASSERT_TRUE(m_link.Open());
+    const int objects = m_os.LiveObjects();
+
+    EXPECT_EQ(m_link.Open().Why(), "this link has been opened before");
+
+    EXPECT_EQ(m_os.LiveObjects(), objects);
+    EXPECT_EQ(m_link.Terminate(), SendResult::Sent);
+    m_link.Close();
+    EXPECT_FALSE(m_link.Open());
+    EXPECT_EQ(m_os.LiveObjects(), 0);
+}
+
 TEST_F(LinkTest, LeavesNothingOpenWhenAChannelCanNotBeHad) {
     for (int spared = 0; spared < 5; ++spared) {
         m_os.FailNext(support::Call::CreateMapping, support::kNotEnoughMemory, spared);

@@ -4,10 +4,12 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "ipc/channel.h"
 #include "support/fake_kernel_objects.h"
@@ -22,7 +24,10 @@
 namespace velmo_parent {
 namespace {
 
+using testing::Contains;
+using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::IsEmpty;
 
 struct Message {
     std::uint32_t number;
@@ -296,6 +301,164 @@ TEST_F(PeerChannelOpen, SendsNothingOnceTheListsAreDamaged) {
 
     EXPECT_EQ(sender.Send(nullptr), SendResult::Closed);
     EXPECT_TRUE(sender.Damaged());
+}
+
+TEST_F(PeerChannelOpen, IsRefusedASecondTimeAndLeavesWhatIsOpen) {
+    const support::Watchdog watchdog;
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    ReceiveEnd<Message, 5> receiver(m_os, m_threads);
+    Checker checker;
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(receiver.Open("y", [&](const Message& message) { checker.See(message); }));
+    m_os.ForgetCalls();
+
+    EXPECT_THAT(sender.Open("x").Why(), HasSubstr("x has been opened before"));
+    EXPECT_THAT(receiver.Open("y", nullptr).Why(), HasSubstr("y has been opened before"));
+
+    EXPECT_EQ(m_os.LiveObjects(), 6);
+    EXPECT_EQ(m_threads.Started(), 2);
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Sent);
+    ipc::channel<Message, 5> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("y"));
+    ASSERT_TRUE(fixed.Send([](Message& slot) { slot = Numbered(1); }, false, 0));
+    receiver.Drain();
+    EXPECT_EQ(checker.Seen(), 1U);  // the first visitor is still the one
+}
+
+TEST_F(PeerChannelOpen, IsRefusedOnceClosed) {
+    const support::Watchdog watchdog;
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    ReceiveEnd<Message, 5> receiver(m_os, m_threads);
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(receiver.Open("y", nullptr));
+    sender.Close();
+    receiver.Close();
+
+    EXPECT_FALSE(sender.Open("x"));
+    EXPECT_FALSE(receiver.Open("y", nullptr));
+
+    EXPECT_EQ(m_os.LiveObjects(), 0);
+}
+
+// For the thread sanitizer: one thread tries to send while another opens.
+TEST_F(PeerChannelOpen, MayMeetASendOnAnotherThread) {
+    const support::Watchdog watchdog;
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    std::atomic<bool> hasTried{false};
+    std::thread eager([&] {
+        while (sender.Send(nullptr) == SendResult::Closed) {
+            hasTried = true;
+            std::this_thread::yield();
+        }
+    });
+    while (!hasTried)
+        std::this_thread::yield();
+
+    EXPECT_TRUE(sender.Open("x"));
+
+    eager.join();
+}
+
+// What the threads of the ends do between messages.
+class PeerChannelThread : public PeerChannelOpen {
+ protected:
+    std::vector<std::string> CallsBut(const std::string& call) const {
+        std::vector<std::string> calls = m_os.Calls();
+        std::erase(calls, call);
+        return calls;
+    }
+
+    const support::Watchdog m_watchdog;
+};
+
+TEST_F(PeerChannelThread, SendsGoOnAfterAWriterThatThrew) {
+    SendEnd<Message, 3> sender(m_os, m_threads);
+    ipc::channel<Message, 3> fixed(ipc::kReceives, m_os, m_streams);
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(fixed.Open("x"));
+    Checker checker;
+
+    EXPECT_THROW((void)sender.Send([](Message&) { throw 1; }), int);
+
+    EXPECT_EQ(sender.Send([](Message& slot) { slot = Numbered(1); }), SendResult::Sent);
+    EXPECT_EQ(sender.Send([](Message& slot) { slot = Numbered(2); }), SendResult::Sent);
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Full);  // no slot more and none less than without the throw
+    while (checker.Seen() < 2)
+        fixed.Receive([&](const Message& message) { checker.See(message); }, kPatienceMs);
+    EXPECT_EQ(checker.Wrong(), 0U);
+}
+
+TEST_F(PeerChannelThread, LooksOftenFromTheMomentAMessageIsKept) {
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(m_os.AwaitWaiters("x_evt_avl"));
+    m_os.ForgetCalls();
+
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Sent);
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Sent);
+    EXPECT_EQ(sender.Waiting(), 1);
+
+    const std::string longWait = "Wait x_evt_avl 500";  // another one when this test is slow
+    while (CallsBut(longWait).size() < 3)
+        std::this_thread::yield();
+    const std::vector<std::string> calls = CallsBut(longWait);
+    EXPECT_EQ(calls[0], "Set x_evt_fld");  // the first message goes out
+    EXPECT_EQ(calls[1], "Set x_evt_avl");  // the second is kept: this end wakes its own thread
+    EXPECT_EQ(calls[2], "Wait x_evt_avl 1");
+}
+
+TEST_F(PeerChannelThread, RestsWhenASendersWaitFails) {
+    m_os.ScriptWaits("x_evt_avl", std::vector<platform::WaitResult>(5, platform::WaitResult::Failed));
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    const auto start = std::chrono::steady_clock::now();
+
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(m_os.AwaitWaiters("x_evt_avl"));  // the sixth
+
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(5 * 10));
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Sent);
+}
+
+TEST_F(PeerChannelThread, RestsWhenAReceiversWaitFails) {
+    m_os.ScriptWaits("x_evt_fld", std::vector<platform::WaitResult>(5, platform::WaitResult::Failed));
+    ReceiveEnd<Message, 5> receiver(m_os, m_threads);
+    Checker checker;
+    const auto start = std::chrono::steady_clock::now();
+
+    ASSERT_TRUE(receiver.Open("x", [&](const Message& message) { checker.See(message); }));
+    ASSERT_TRUE(m_os.AwaitWaiters("x_evt_fld"));  // the sixth
+
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(5 * 10));
+    ipc::channel<Message, 5> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    ASSERT_TRUE(fixed.Send([](Message& slot) { slot = Numbered(1); }, false, 0));
+    receiver.Drain();
+    EXPECT_EQ(checker.Seen(), 1U);
+}
+
+TEST_F(PeerChannelThread, GivesSlotsBackAlsoWithoutANewMessage) {
+    ReceiveEnd<Message, 3> receiver(m_os, m_threads);
+    ASSERT_TRUE(receiver.Open("x", nullptr));
+    ipc::channel<Message, 3> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    ASSERT_TRUE(fixed.Send(nullptr, false, 0));
+    ASSERT_TRUE(fixed.Send(nullptr, false, 0));
+    receiver.Drain();  // one slot is kept aside now, one held back, and one still free
+    constexpr ipc::ChannelLayout kLayout = ipc::kLayoutOf<Message, 3>;
+    const auto freeNodes = [&] {
+        return TakeSnapshot(std::span<const std::byte>(m_os.Memory("x_shm"), kLayout.mappingSize), kLayout).free.nodes;
+    };
+    ASSERT_THAT(freeNodes(), ElementsAre(2));
+    m_os.ForgetCalls();
+
+    ASSERT_TRUE(fixed.Send(
+        [&](Message&) {  // has the last free slot, and has not published it
+            EXPECT_THAT(freeNodes(), IsEmpty());
+            receiver.Drain();
+            EXPECT_THAT(freeNodes(), ElementsAre(0));
+            EXPECT_THAT(m_os.Signalled(), Contains("x_evt_avl"));
+        },
+        false, 0));
 }
 
 }  // namespace

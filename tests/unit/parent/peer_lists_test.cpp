@@ -133,11 +133,12 @@ TEST_F(MadePeerLists, NeverTakeTheLastFreeNode) {
     EXPECT_THAT(Walk(List::Free), ElementsAre(kCount - 1));
 }
 
-TEST_F(MadePeerLists, TakeNoSecondNodeWhileOneIsInHand) {
+TEST_F(MadePeerLists, TakeTheNodeInHandAgainAndNoSecondOne) {
     SenderLists<kCount> sender;
     EXPECT_EQ(sender.TakeFree(m_words), 0);
-    EXPECT_EQ(sender.TakeFree(m_words), kNoNode);
+    EXPECT_EQ(sender.TakeFree(m_words), 0);
     EXPECT_EQ(sender.InHand(), 0);
+    EXPECT_THAT(Walk(List::Free), ElementsAre(1, 2, 3));
 }
 
 TEST_F(MadePeerLists, GiveAllKeptMessagesAsOneChainInOrder) {

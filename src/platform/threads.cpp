@@ -1,5 +1,6 @@
 #include "platform/threads.h"
 
+#include <exception>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -9,7 +10,12 @@ namespace {
 
 class StandardThread final : public Thread {
  public:
-    explicit StandardThread(std::function<void()> body) : m_thread(std::move(body)) {}
+    // Some run-times keep a terminate handler per thread: the new thread gets its maker's.
+    explicit StandardThread(std::function<void()> body)
+        : m_thread([body = std::move(body), onTerminate = std::get_terminate()] {
+              std::set_terminate(onTerminate);
+              body();
+          }) {}
 
     bool Join() override {
         try {
@@ -40,8 +46,7 @@ class StandardThreads final : public Threads {
 }  // namespace
 
 Threads& SystemThreads() {
-    static StandardThreads& threads =
-        *new StandardThreads;  // never destroyed: destructors of globals may still come here
+    static StandardThreads& threads = *new StandardThreads;  // never destroyed, as destructors of globals may come here
     return threads;
 }
 

@@ -17,7 +17,6 @@
 namespace process_tests {
 namespace {
 
-using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using velmo_parent::HeartBeats;
@@ -72,7 +71,10 @@ TEST_F(Process, EndsWithZeroWhenItIsTerminated) {
     EXPECT_EQ(lines[0].text, "[RVO_CALYR]RvoCalyrMlHost::Start(), success, pid=" + pid + thisPart);
     EXPECT_EQ(lines[1].text, "[RVO_CALYR]RvoCalyrMlHost::Terminate()" + thisPart);
     EXPECT_EQ(lines[2].text, "[RVO_CALYR]RvoCalyrMlHost::Start(), exit normally, pid=" + pid + thisPart);
-    EXPECT_THAT(thisPart, ContainsRegex("^ \\[this=0x[0-9a-f]+\\]$"));
+    const std::string digits = thisPart.substr(0, thisPart.size() - 1).substr(std::string(" [this=0x").size());
+    EXPECT_EQ(thisPart, " [this=0x" + digits + "]");
+    EXPECT_FALSE(digits.empty());
+    EXPECT_EQ(digits.find_first_not_of("0123456789abcdef"), std::string::npos);
     for (const velmo_parent::LogLine& line : lines) {
         EXPECT_EQ(line.level, 2U);
         EXPECT_EQ(line.processId, m_link.ProcessId());

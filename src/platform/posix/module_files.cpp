@@ -13,7 +13,7 @@ namespace {
 
 // Empty for what is no file, like the system's own library of calls, whose name has no folder.
 std::filesystem::path PathOf(link_map& module) {
-    const std::filesystem::path name(module.l_name);
+    std::filesystem::path name(module.l_name);
     if (name.is_absolute()) return name;
     if (!name.has_parent_path()) return {};
     // The name is what the module was asked for by, and the working folder may have changed since. The loader knows the

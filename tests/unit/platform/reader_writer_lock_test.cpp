@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <barrier>
+#include <future>
 #include <mutex>
 #include <shared_mutex>
 #include <thread>
@@ -24,14 +24,16 @@ TEST(ReaderWriterLock, IsReadyAsAGlobal) {
 // Neither thread gets on before both are inside.
 TEST(ReaderWriterLock, LetsReadersInTogether) {
     ReaderWriterLock lock;
-    std::barrier bothInside(2);
-    const auto read = [&] {
+    std::promise<void> oneIsInside;
+    std::promise<void> twoIsInside;
+    const auto read = [&](std::promise<void>& mine, std::promise<void>& other) {
         const std::shared_lock shared(lock);
-        bothInside.arrive_and_wait();
+        mine.set_value();
+        other.get_future().wait();
     };
 
-    std::thread one(read);
-    std::thread two(read);
+    std::thread one([&] { read(oneIsInside, twoIsInside); });
+    std::thread two([&] { read(twoIsInside, oneIsInside); });
 
     one.join();
     two.join();

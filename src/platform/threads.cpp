@@ -18,11 +18,12 @@ class StandardThread final : public Thread {
           }) {}
 
     bool Join() override {
+        if (IsCurrent()) return false;  // not asked of the system: a thread sanitizer would take the thread for joined
         try {
             m_thread.join();
             return true;
         } catch (const std::system_error&) {
-            return false;  // from the thread itself, or a second time
+            return false;  // a second time
         }
     }
 

@@ -1,20 +1,25 @@
 #include "helpers/hvq_input.h"
 
-#include <cstring>
+#include <cstddef>
+
+#include "helpers/record_writing.h"
 
 namespace rvo_calyr {
 
 void RvoHvqInput::CopyToIpcRecord(calyr_ipc::InputSlot& slot) const {
-    slot.index = calyr_ipc::kNoAlternative;
-    calyr_ipc::RvoCalyrIpcInput& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
-    std::memset(&record, 0, sizeof(record));
-    if (data != nullptr && dataSize <= sizeof(record.data)) {
+    using Record = calyr_ipc::RvoCalyrIpcInput;
+    BeginRecord(slot);
+    auto& record = slot.As<Record>();
+    if (data != nullptr && dataSize <= calyr_ipc::kFrameCapacity) {
         record.temporalEnabled = temporalEnabled;
-        record.header = header;
         record.dataSize = dataSize;
-        std::memcpy(record.data, data, dataSize);
+        CopyAndZeroRest(record.data, data, dataSize);
+        record.header = header;
+    } else {
+        record.temporalEnabled = 0;
+        ZeroBytes(record, offsetof(Record, dataSize), sizeof(Record));
     }
-    slot.index = 0;
+    EndRecord<Record>(slot);
 }
 
 }  // namespace rvo_calyr

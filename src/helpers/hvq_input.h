@@ -11,7 +11,8 @@ namespace rvo_calyr {
 class RvoHvqInput {
  public:
     // Fills an input slot with this frame: the reverse of reading one. A frame without data, or with more than the
-    // record holds (691,200 bytes), leaves an empty record. `slot` is published by the caller.
+    // record holds (691,200 bytes), leaves an empty record. Padding stays as it was. While it is written, the slot says
+    // that it holds nothing. `slot` is published by the caller.
     virtual void CopyToIpcRecord(calyr_ipc::InputSlot& slot) const;
 
     std::uint8_t temporalEnabled = 0;    // 1: frames may be skipped while the picture stays the same

@@ -2,7 +2,10 @@
 
 #include <utility>
 
+#include "helpers/calyr_output.h"
 #include "helpers/hvq_input.h"
+#include "helpers/pixel_count.h"
+#include "helpers/status.h"
 #include "host/command_dispatch.h"
 #include "host/log_chunks.h"
 #include "infra/log_line.h"
@@ -18,8 +21,7 @@ constexpr std::uint32_t kHeartBeatPeriodMs = 1000;
 constexpr std::uint32_t kForever = 0;         // as a timer's count
 constexpr std::uint32_t kHeartBeatLimit = 6;  // unanswered ones, then the process ends
 constexpr std::int32_t kFamilies = 3;         // model types 0, 1 and 2
-constexpr std::uint32_t kBadArguments = 2;    // statuses of Init
-constexpr std::uint32_t kNoEngine = 3;
+constexpr std::int32_t kFullFamily = 0;       // the model type whose results are sent whole
 
 // Wakes both ends of the channel, so that nobody waits on what is about to go.
 template <class Channel>
@@ -99,6 +101,10 @@ std::uint32_t RvoCalyrMlHost::Stop() {
 void RvoCalyrMlHost::WindDown() {
     m_timer.Stop();
     m_inputReader.Stop();
+    {
+        const std::lock_guard lock(m_ipcMutex);
+        m_output.reset();
+    }
     CloseIpc();
     g_logger.SetTraceSink(nullptr);
 }
@@ -119,14 +125,20 @@ void RvoCalyrMlHost::CloseIpc() {
 void RvoCalyrMlHost::Init(const _CalyrPortraitOption& option) {
     const std::lock_guard lock(m_ipcMutex);
     m_modelType = option.modelType;
-    // The families of models are chosen here. This version holds none of them, which it says aloud.
     const bool isFamily = option.modelType >= 0 && option.modelType < kFamilies;
-    const std::uint32_t status = isFamily ? kNoEngine : kBadArguments;
-    LogLine(isFamily ? "RvoCalyrMlHost::Init() fail, this version holds no model family"
-                     : "RvoCalyrMlHost::Init() fail, error model type")
-        .Value("option.modelType", option.modelType)
-        .This(this)
-        .Log(kErrorLevel);
+    IRvoCalyrHelper* const chosen = isFamily ? m_seams.helpers.HelperFor(option.modelType) : nullptr;
+    std::uint32_t status = isFamily ? kStatusNoEngine : kStatusBadArguments;
+    if (chosen != nullptr) {
+        m_helper = chosen;
+    } else {
+        LogLine(isFamily ? "RvoCalyrMlHost::Init() fail, this version holds no model family"
+                         : "RvoCalyrMlHost::Init() fail, error model type")
+            .Value("option.modelType", option.modelType)
+            .This(this)
+            .Log(kErrorLevel);
+    }
+    // An earlier helper gets the option even when this Init's model type is a bad one, and its word counts.
+    if (m_helper != nullptr) status = m_helper->Init(option);
     if (m_eventChannel) {
         const auto writeOnInit = [status](calyr_ipc::EventSlot& slot) {
             calyr_ipc::IpcEventOnInit& event = slot.As<calyr_ipc::IpcEventOnInit>();
@@ -164,13 +176,32 @@ void RvoCalyrMlHost::VisitInputSlot(const calyr_ipc::InputSlot& slot) {
     input.dataSize = ipc::ReadOnce(record.dataSize);
     input.data = record.data;
     input.header = record.header;
+    input.header.width = ipc::ReadOnce(record.header.width);  // so that nothing looks at the slot for them again
+    input.header.height = ipc::ReadOnce(record.header.height);
     OnInputFrame(input);
 }
 
-void RvoCalyrMlHost::OnInputFrame(RvoHvqInput& /*input*/) {
-    // Inference and the answer have their place here, under this lock. Without a family of models there is neither, and
-    // the slot goes back unanswered.
+void RvoCalyrMlHost::OnInputFrame(RvoHvqInput& input) {
     const std::lock_guard lock(m_ipcMutex);
+    KeepOrMakeOutput(input.header);
+    // The output's own status tells what became of the frame, and keeps its last value when there was no round at all.
+    if (m_helper != nullptr) (void)m_helper->Infer(&input, m_output.get());
+    if (m_outputChannel) {
+        const auto writeResult = [this](calyr_ipc::OutputSlot& slot) { m_output->CopyToIpcRecord(slot); };
+        // A parent that does not read its results misses this one, by design: a late mask is worth nothing.
+        (void)m_outputChannel->Send(writeResult, kKeepOldest, calyr_ipc::kOutputSendTimeoutMs);
+    }
+}
+
+void RvoCalyrMlHost::KeepOrMakeOutput(const calyr_ipc::IpcFrameHeader& header) {
+    // Products only, on purpose: 640 × 360 after 360 × 640 keeps the object and with it the first frame's header.
+    if (m_output && PixelCount(m_output->header) == PixelCount(header)) return;
+    // By zero alone, on purpose: parents know that type 1 sends the mask and nothing else.
+    if (m_modelType == kFullFamily) {
+        m_output = std::make_unique<RvoCalyrOutput>(header);
+    } else {
+        m_output = std::make_unique<RvoHvqOutput>(header);
+    }
 }
 
 std::int32_t RvoCalyrMlHost::OnTrace(std::uint32_t level, const char* text) {

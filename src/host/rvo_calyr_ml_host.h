@@ -6,6 +6,8 @@
 #include <mutex>
 #include <string>
 
+#include "helpers/calyr_helper.h"
+#include "helpers/hvq_output.h"
 #include "host/host_seams.h"
 #include "infra/abstract_timer_sink.h"
 #include "infra/logger.h"
@@ -53,8 +55,8 @@ class RvoCalyrMlHost final : public calyr_ipc::IpcCommandListener,
     // 0. Throws std::system_error when the timer can't start, and std::bad_variant_access for a slot without a command.
     std::uint32_t Start();
 
-    // Winds down: the timer, the frame reader (a frame in work is finished first), the channels, the log sink; in this
-    // order. May be repeated. Returns 0.
+    // Winds down: the timer, the frame reader (a frame in work is finished first), the output object, the channels, the
+    // log sink; in this order. May be repeated. Returns 0.
     std::uint32_t Stop();
 
     // Wakes whoever waits on a channel and lets go of it: command, input, event, output, and then log. May be repeated.
@@ -65,15 +67,17 @@ class RvoCalyrMlHost final : public calyr_ipc::IpcCommandListener,
     int ExitCode() const { return m_exitCode.load(); }
 
     // The command handlers. Thread: the entry thread, out of Start.
-    // Init takes m_ipcMutex for its whole length and answers with an IpcEventOnInit.
+    // Init chooses the helper, hands it the option, and answers with an IpcEventOnInit. Takes m_ipcMutex for its whole
+    // length.
     void Init(const _CalyrPortraitOption& option) override;
     // Only logs: the frame path and the heartbeat go on.
     void Fini(const calyr_ipc::IpcCommandFini& record) override;
     void AckHeartBeat(const calyr_ipc::IpcCommandAckHeartBeat& record) override;
     void Terminate(const calyr_ipc::IpcCommandTerminate& record) override;
 
-    // One frame, which lies in its slot until this returns. Takes m_ipcMutex for its whole length.
-    // Thread: the frame reader's.
+    // One frame, which lies in its slot until this returns: has the helper work on it, if there is one, and sends one
+    // result, for which it waits up to 500 ms for a free slot. What the helper throws is passed on. Takes m_ipcMutex
+    // for its whole length. Thread: the frame reader's.
     void OnInputFrame(RvoHvqInput& input) override;
 
     // Sends a log line to the parent, in as many chunks as it needs, and waits without limit while the channel is full.
@@ -92,6 +96,10 @@ class RvoCalyrMlHost final : public calyr_ipc::IpcCommandListener,
     // What the frame reader does with one slot, in place. Throws std::bad_variant_access for a slot without a frame.
     void VisitInputSlot(const calyr_ipc::InputSlot& slot);
 
+    // Makes the output object fit a frame with this header: one of the same pixel count is kept as it stands. A new one
+    // has the class that the last Init's model type asks for. Throws std::bad_alloc. Lock: m_ipcMutex held.
+    void KeepOrMakeOutput(const calyr_ipc::IpcFrameHeader& header);
+
     // Stops the threads and lets go of everything, as Stop tells.
     void WindDown();
 
@@ -104,10 +112,13 @@ class RvoCalyrMlHost final : public calyr_ipc::IpcCommandListener,
     // not wait behind a frame.
     std::atomic<std::uint32_t> m_heartBeatCount{0};
 
-    std::recursive_mutex m_ipcMutex;      // guards the four channels below it and everything done with them
-    std::recursive_mutex m_logMutex;      // guards m_logChannel, and keeps a line's chunks together
-    std::int32_t m_modelType = 0;         // of the last Init; under m_ipcMutex
-    std::atomic<std::uint32_t> m_pid{0};  // set by Start; the reader's and the timer's thread may log meanwhile
+    // Guards the four channels below it, the model type, the helper and the output, and everything done with them.
+    std::recursive_mutex m_ipcMutex;
+    std::recursive_mutex m_logMutex;         // guards m_logChannel, and keeps a line's chunks together
+    std::int32_t m_modelType = 0;            // of the last Init, a good one or not
+    IRvoCalyrHelper* m_helper = nullptr;     // not owned; null until an Init finds one
+    std::unique_ptr<RvoHvqOutput> m_output;  // the one output object, used for frame after frame
+    std::atomic<std::uint32_t> m_pid{0};     // set by Start; the reader's and the timer's thread may log meanwhile
 
     infra::Timer m_timer;  // the heartbeat's
 

@@ -20,6 +20,18 @@ class HvqInput : public ::testing::Test {
         return std::all_of(Bytes() + from, Bytes() + to, [](std::uint8_t byte) { return byte == 0; });
     }
 
+    // Padding keeps what the slot held.
+    bool IsUntouched(std::size_t from, std::size_t to) const {
+        return std::all_of(Bytes() + from, Bytes() + to, [](std::uint8_t byte) { return byte == 0xA5; });
+    }
+
+    void ExpectAnEmptyRecord() const {
+        EXPECT_EQ(Bytes()[0], 0);
+        EXPECT_TRUE(IsUntouched(1, 4));
+        EXPECT_TRUE(IsZero(4, 691'241));
+        EXPECT_TRUE(IsUntouched(691'241, 691'248));
+    }
+
     std::unique_ptr<calyr_ipc::InputSlot> m_slot = std::make_unique<calyr_ipc::InputSlot>();
 };
 
@@ -35,13 +47,14 @@ TEST_F(HvqInput, FillsTheRecordOfItsSlot) {
     input.CopyToIpcRecord(*m_slot);
 
     EXPECT_EQ(Bytes()[0], 1);
-    EXPECT_TRUE(IsZero(1, 4));
+    EXPECT_TRUE(IsUntouched(1, 4));
     const std::uint8_t size[] = {0x00, 0x8C, 0x0A, 0x00};
     EXPECT_EQ(std::memcmp(Bytes() + 4, size, 4), 0);
     EXPECT_EQ(std::memcmp(Bytes() + 8, pixels.data(), pixels.size()), 0);
     const std::uint8_t header[] = {0, 0, 0, 0, 0x80, 0x02, 0, 0, 0x68, 0x01, 0, 0};
     EXPECT_EQ(std::memcmp(Bytes() + 691'208, header, sizeof(header)), 0);
     EXPECT_EQ(Bytes()[691'240], 0);
+    EXPECT_TRUE(IsUntouched(691'241, 691'248));
 }
 
 TEST_F(HvqInput, LeavesTheBytesBehindItsDataZero) {
@@ -66,7 +79,7 @@ TEST_F(HvqInput, LeavesAnEmptyRecordForMoreThanItHolds) {
 
     input.CopyToIpcRecord(*m_slot);
 
-    EXPECT_TRUE(IsZero(0, 691'241));
+    ExpectAnEmptyRecord();
 }
 
 TEST_F(HvqInput, LeavesAnEmptyRecordWithoutData) {
@@ -76,7 +89,7 @@ TEST_F(HvqInput, LeavesAnEmptyRecordWithoutData) {
 
     input.CopyToIpcRecord(*m_slot);
 
-    EXPECT_TRUE(IsZero(0, 691'241));
+    ExpectAnEmptyRecord();
 }
 
 }  // namespace

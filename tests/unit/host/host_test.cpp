@@ -617,6 +617,8 @@ class HostFrames : public Host {};
 
 TEST_F(HostFrames, AreTakenAndTheirSlotsGivenBack) {
     ASSERT_EQ(m_host->Attach("id"), 0);
+    velmo_parent::ReceiveEnd<calyr_ipc::OutputSlot, 5> results(m_os, m_threads);  // or each would wait for room
+    ASSERT_TRUE(results.Open("idFO", [](const calyr_ipc::OutputSlot&) {}));
     velmo_parent::SendEnd<calyr_ipc::InputSlot, 5> frames(m_os, m_threads);
     ASSERT_TRUE(frames.Open("idFI"));
     for (int sent = 0; sent < 12;) {  // more than the five slots

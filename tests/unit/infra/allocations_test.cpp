@@ -4,11 +4,11 @@
 #include <memory>
 #include <string>
 
-#include "allocation_counter.h"
 #include "infra/logger.h"
 #include "infra/runtime_metrics.h"
 #include "infra/text_formator.h"
 #include "infra/value_metric.h"
+#include "support/allocation_counter.h"
 
 namespace infra {
 namespace {

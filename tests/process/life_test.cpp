@@ -159,24 +159,6 @@ TEST_F(Process, AnswersEachInit) {
     EXPECT_TRUE(m_recorder.AwaitLine("[RVO_CALYR]RvoCalyrMlHost::Init() ret=2 [this=", 2));
 }
 
-TEST_F(Process, TakesFramesAndGivesTheirSlotsBack) {
-    OpenAndStart();
-    for (int sent = 0; sent < 20;) {  // more than there are slots
-        const auto result = m_link.SubmitFrame([](calyr_ipc::InputSlot& slot) {
-            slot.As<calyr_ipc::RvoCalyrIpcInput>().dataSize = 0;
-            slot.index = 0;
-        });
-        ASSERT_NE(result, velmo_parent::SendResult::Closed);
-        if (result == velmo_parent::SendResult::Sent) {
-            ++sent;
-        } else {
-            std::this_thread::yield();
-        }
-    }
-    (void)m_link.Terminate();
-    EXPECT_EQ(ExitCode(), 0);
-}
-
 TEST(TwoLinks, KeepApartWhenOneIdBeginsWithTheOther) {
     // "…F" and the input channel's "FI" meet in names such as "…FIC_shm".
     const std::string id = FreshId();

@@ -1,6 +1,8 @@
 #include "process_fixture.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
 #include <thread>
 
@@ -67,9 +69,17 @@ void Recorder::OnDamage(const std::string& what) {
     m_changed.notify_all();
 }
 
-void Recorder::OnFrameResult(const calyr_ipc::OutputSlot& /*slot*/) {
+void Recorder::OnFrameResult(const calyr_ipc::OutputSlot& slot) {
+    using Plain = calyr_ipc::RvoInhouseIpcOutput;
+    using Full = calyr_ipc::RvoCalyrIpcOutput;
+    const bool isFull = slot.index == calyr_ipc::OutputSlot::IndexOf<Full>();
+    // Both records begin alike, and have no padding between the header and their last field.
+    const std::byte* const begin = slot.storage + offsetof(Plain, header);
+    const std::byte* const end =
+        slot.storage + (isFull ? offsetof(Full, padding1490988) : offsetof(Plain, padding230444));
+    const bool isEmpty = std::all_of(begin, end, [](std::byte byte) { return byte == std::byte{0}; });
     const std::lock_guard lock(m_mutex);
-    ++m_results;
+    m_results.push_back({slot.index, slot.As<Plain>().status, isEmpty});
     m_changed.notify_all();
 }
 
@@ -79,6 +89,10 @@ bool Recorder::AwaitHeartBeats(int count) {
 
 bool Recorder::AwaitInits(std::size_t count) {
     return Await([&] { return m_inits.size() >= count; });
+}
+
+bool Recorder::AwaitResults(std::size_t count) {
+    return Await([&] { return m_results.size() >= count; });
 }
 
 bool Recorder::AwaitLine(const std::string& part, int times) {
@@ -110,7 +124,7 @@ std::vector<std::string> Recorder::Damages() const {
     return m_damages;
 }
 
-int Recorder::Results() const {
+std::vector<Recorder::FrameResult> Recorder::Results() const {
     const std::lock_guard lock(m_mutex);
     return m_results;
 }

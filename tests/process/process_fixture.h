@@ -57,6 +57,11 @@ class Recorder final : public velmo_parent::LinkListener {
         std::uint32_t processId;
         std::int32_t result;
     };
+    struct FrameResult {
+        std::int8_t index;  // which record
+        std::int32_t status;
+        bool isElseEmpty;  // all that the record's fields hold is zero, but for the status
+    };
 
     void OnHeartBeat() override;
     void OnInit(std::uint32_t processId, std::int32_t result) override;
@@ -66,13 +71,14 @@ class Recorder final : public velmo_parent::LinkListener {
 
     bool AwaitHeartBeats(int count);
     bool AwaitInits(std::size_t count);
+    bool AwaitResults(std::size_t count);
     bool AwaitLine(const std::string& part, int times = 1);
 
     int HeartBeats() const;
     std::vector<InitResult> Inits() const;
     std::vector<velmo_parent::LogLine> Lines() const;
     std::vector<std::string> Damages() const;
-    int Results() const;
+    std::vector<FrameResult> Results() const;
 
  private:
     template <class Condition>
@@ -81,8 +87,8 @@ class Recorder final : public velmo_parent::LinkListener {
     mutable std::mutex m_mutex;  // guards the rest
     std::condition_variable m_changed;
     int m_heartBeats = 0;
-    int m_results = 0;
     std::vector<InitResult> m_inits;
+    std::vector<FrameResult> m_results;
     std::vector<velmo_parent::LogLine> m_lines;
     std::vector<std::string> m_damages;
 };

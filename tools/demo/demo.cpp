@@ -1,11 +1,14 @@
-// Starts the real process, shows what arrives at its parent, stops answering, and watches it end.
+// Starts the real process, sends it a frame, shows what arrives at its parent, stops answering, and watches it end.
 
 #include <atomic>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "infra/module_directory.h"
+#include "ipc/channels.h"
+#include "ipc/read_once.h"
 #include "platform/threads.h"
 #include "velmo_parent/link.h"
 
@@ -38,14 +41,40 @@ class Printer final : public velmo_parent::LinkListener {
         (void)std::fflush(stdout);
     }
 
+    void OnFrameResult(const calyr_ipc::OutputSlot& slot) override {
+        // Both records begin with their status.
+        const bool isFull = ipc::ReadOnce(slot.index) == calyr_ipc::OutputSlot::IndexOf<calyr_ipc::RvoCalyrIpcOutput>();
+        std::printf("frame result  status %d, in a record with %s\n",
+                    ipc::ReadOnce(slot.As<calyr_ipc::RvoInhouseIpcOutput>().status),
+                    isFull ? "all results" : "the mask alone");
+        (void)std::fflush(stdout);
+        ++m_results;
+    }
+
     void OnDamage(const std::string& what) override { std::printf("damage        %s\n", what.c_str()); }
 
     std::uint32_t HeartBeats() const { return m_heartBeats; }
+    std::uint32_t Results() const { return m_results; }
 
  private:
     velmo_parent::Link* m_link = nullptr;  // set before anything can arrive
     std::atomic<std::uint32_t> m_heartBeats{0};
+    std::atomic<std::uint32_t> m_results{0};
 };
+
+// A grey frame of the smaller model's size.
+void WriteFrame(calyr_ipc::InputSlot& slot) {
+    constexpr std::uint32_t kWidth = 256;
+    constexpr std::uint32_t kHeight = 144;
+    auto& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
+    record.temporalEnabled = 0;
+    record.dataSize = 3 * kWidth * kHeight;
+    std::memset(record.data, 0x80, record.dataSize);
+    record.header = {};
+    record.header.width = kWidth;
+    record.header.height = kHeight;
+    slot.index = calyr_ipc::InputSlot::IndexOf<calyr_ipc::RvoCalyrIpcInput>();
+}
 
 int Fail(const std::string& why) {
     std::fprintf(stderr, "demo: %s\n", why.c_str());
@@ -68,6 +97,7 @@ int main() {
     if (const velmo_parent::Outcome started = link.StartProcess({program}); !started) return Fail(started.Why());
     std::printf("started       process %u with the id %s\n", link.ProcessId(), link.Id().c_str());
     (void)link.Init({});
+    (void)link.SubmitFrame(&WriteFrame);
 
     const auto exit = link.WaitForExit(kPatienceMs);
     if (!exit) {
@@ -76,5 +106,6 @@ int main() {
     }
     std::printf("ended         exit code %d, after %u heartbeats of which %u were answered\n", exit->code,
                 printer.HeartBeats(), kAnsweredHeartBeats);
+    if (printer.Results() != 1) return Fail("a frame has one result");
     return exit->code == kWatchdogExitCode ? 0 : Fail("the exit code of the watchdog is -1");
 }

@@ -17,7 +17,8 @@ std::uint32_t MaskLength(const calyr_ipc::IpcFrameHeader& header) {
 }
 
 std::unique_ptr<std::uint8_t[]> MakeMask(std::uint32_t length) {
-    return length <= calyr_ipc::kMaskCapacity ? std::make_unique<std::uint8_t[]>(length) : nullptr;
+    if (length > calyr_ipc::kMaskCapacity) return nullptr;
+    return std::make_unique<std::uint8_t[]>(length);
 }
 
 }  // namespace

@@ -32,10 +32,8 @@
 namespace rvo_calyr {
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Field;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -106,7 +104,10 @@ class FramePath : public ::testing::Test {
     }
     void Init(std::int32_t modelType) { Init(modelType, &m_helper); }
 
-    void Submit(RvoHvqInput input) { m_host->OnInputFrame(input); }
+    void Submit(const RvoHvqInput& frame) {
+        RvoHvqInput input = frame;
+        m_host->OnInputFrame(input);
+    }
 
     // All results that wait.
     std::vector<Result> Results() {
@@ -127,7 +128,7 @@ class FramePath : public ::testing::Test {
     }
 
     // Submits one frame and gives its result, which must be the only one.
-    Result ResultOf(RvoHvqInput input) {
+    Result ResultOf(const RvoHvqInput& input) {
         Submit(input);
         const std::vector<Result> results = Results();
         EXPECT_EQ(results.size(), 1U);
@@ -569,7 +570,7 @@ class FrameStream : public ::testing::Test {
 
     static void Write(calyr_ipc::InputSlot& slot, std::uint64_t number) {
         RvoHvqInput input = FrameOf(16, 9, number);
-        const std::vector<std::uint8_t> pixels(3 * 16 * 9, static_cast<std::uint8_t>(number));
+        const std::vector<std::uint8_t> pixels(432, static_cast<std::uint8_t>(number));
         input.temporalEnabled = static_cast<std::uint8_t>(number % 2);
         input.dataSize = static_cast<std::uint32_t>(pixels.size());
         input.data = pixels.data();

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/posix/absolute_path.h"
+#include "platform/posix/elf_extent.h"
 #include "platform/posix/last_error.h"
 #include "platform/posix/path_bytes.h"
 
@@ -51,6 +52,10 @@ class DynamicLoader final : public ModuleLoader {
         // An empty name would be this program, and one without a folder would be searched for.
         if (!path.starts_with('/')) {
             posix::SetLastError(EINVAL);
+            return nullptr;
+        }
+        if (posix::IsCutOff(path)) {
+            posix::SetLastError(ENOEXEC);
             return nullptr;
         }
         errno = 0;

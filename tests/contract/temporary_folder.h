@@ -19,7 +19,11 @@ inline std::wstring WideOf(const std::filesystem::path& path) {
 // A folder that goes with the test, and all that is in it.
 class TemporaryFolder {
  public:
-    TemporaryFolder() { create_directories(m_path); }
+    TemporaryFolder() {
+        // Process ids come again, and an earlier process may have been killed before it could tidy up.
+        std::filesystem::remove_all(m_path);
+        create_directories(m_path);
+    }
     TemporaryFolder(const TemporaryFolder&) = delete;
     TemporaryFolder& operator=(const TemporaryFolder&) = delete;
     ~TemporaryFolder() {

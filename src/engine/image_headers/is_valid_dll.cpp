@@ -15,7 +15,9 @@ using platform::StandardStream;
 
 // For standard error; a path that can't be converted is left out there, but never the rest of the text.
 std::string Shown(const std::wstring& path, const LoaderSeams& seams) {
-    return infra::WideToUtf8(path, platform::CodePage::Utf8, seams.conversion).c_str();
+    std::string shown = infra::WideToUtf8(path, platform::CodePage::Utf8, seams.conversion);
+    if (!shown.empty()) shown.pop_back();  // the NUL that such a text ends with
+    return shown;
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ std::string ToBytes(const std::wstring& path) {
     (void)conversion.WideToBytes(CodePage::ThreadAnsi, path.c_str(), bytes.data(), count);  // fits, so it can't fail
     bytes.pop_back();                                                                       // the terminator
     // What had to be replaced on the way would name another file.
-    return ToWide(bytes) == path.c_str() ? bytes : std::string();
+    return ToWide(bytes) == path.substr(0, path.find(L'\0')) ? bytes : std::string();
 }
 
 std::wstring ToWide(const std::string& path) {

@@ -27,12 +27,11 @@ std::wstring WideText(const Path& path, platform::TextConversion& conversion) {
 }
 
 template <typename Path>
-std::string NarrowText(const Path& path, platform::TextConversion& conversion) {
+std::string NarrowText(const Path& path, const util::LoaderSeams& seams) {
     if constexpr (kPathsAreWide) {
         const std::string narrow =
-            WithoutTerminator(infra::WideToUtf8(path.native(), platform::CodePage::System, conversion));
-        // What the code page lacks was replaced, and would name another file.
-        if (WithoutTerminator(infra::Utf8ToWide(narrow, platform::CodePage::System, conversion)) != path.native()) {
+            WithoutTerminator(infra::WideToUtf8(path.native(), platform::CodePage::System, seams.conversion));
+        if (seams.files.WidePath(narrow) != path.native()) {
             throw std::runtime_error("The path has no form in the file system's code page.");
         }
         return narrow;
@@ -56,8 +55,8 @@ std::wstring WidePathText(const std::filesystem::path& path, platform::TextConve
     return WideText(path, conversion);
 }
 
-std::string NarrowPathText(const std::filesystem::path& path, platform::TextConversion& conversion) {
-    return NarrowText(path, conversion);
+std::string NarrowPathText(const std::filesystem::path& path, const util::LoaderSeams& seams) {
+    return NarrowText(path, seams);
 }
 
 std::string QuotedPathText(const std::filesystem::path& path, platform::TextConversion& conversion) {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <string>
 
+#include "engine/loader_seams.h"
 #include "platform/text_conversion.h"
 
 // A path as the texts that the loader and the library take. The standard library's own conversions are not used: they
@@ -15,8 +16,8 @@ namespace hvq::inference {
 std::wstring WidePathText(const std::filesystem::path& path, platform::TextConversion& conversion);
 
 // The path in the file system's code page; on Linux the path's own bytes. Throws std::runtime_error when the code page
-// lacks one of its chars.
-std::string NarrowPathText(const std::filesystem::path& path, platform::TextConversion& conversion);
+// lacks one of its chars: what stands for it would name another file.
+std::string NarrowPathText(const std::filesystem::path& path, const util::LoaderSeams& seams);
 
 // The path to be shown: in UTF-8, in double quotes, each double quote and backslash behind a backslash.
 // Throws std::runtime_error for a path that can't be converted.

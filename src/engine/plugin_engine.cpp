@@ -289,7 +289,7 @@ void PluginEngine::WarnOfOtherVersion() const {
 // False when that failed, for whatever reason: the wide path is tried next, and tells what is wrong.
 bool PluginEngine::TryNarrowPath(const std::filesystem::path& path, void* loaderFirst, void* loaderSecond) {
     try {
-        CreateEngine(NarrowPathText(path, m_seams.conversion), loaderFirst, loaderSecond);
+        CreateEngine(NarrowPathText(path, m_seams), loaderFirst, loaderSecond);
         return true;
     } catch (...) {
         return false;

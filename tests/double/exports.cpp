@@ -99,12 +99,13 @@ extern "C" {
 
 void* hvqCreateWithLibraryLoader(void* loaderFirst, void* loaderSecond) {
     Turn turn(Function::hvqCreateWithLibraryLoader, nullptr, Pointer{loaderFirst}, Pointer{loaderSecond});
-    if (turn.Fails() || turn.GivesNull()) return nullptr;
+    if (turn.Fails()) return nullptr;
+    turn.ResetPending();  // of this thread's creation before
+    if (turn.GivesNull()) return nullptr;
     if (turn.Obstacle() != nullptr) {
         turn.Complain(*turn.Obstacle());
         return nullptr;
     }
-    turn.ResetPending();  // of this thread: its latest creation has not failed
     return turn.AddEngine();
 }
 

@@ -67,7 +67,7 @@ std::uint64_t Turn::Answer(std::uint64_t own) const {
 
 void Turn::Complain(const std::string& text) {
     if (m_engine == nullptr) {
-        m_library.m_failedCreations.try_emplace(std::this_thread::get_id(), text);
+        m_library.m_failedCreations.insert_or_assign(std::this_thread::get_id(), text);
     } else if (!m_engine->pending) {
         m_engine->pending = text;
     }

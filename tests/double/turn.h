@@ -41,7 +41,8 @@ class Turn {
     std::int32_t Answer(std::int32_t own) const;
     std::uint64_t Answer(std::uint64_t own) const;
 
-    // Makes `text` pending: for the engine, or for this thread's creations when it is null. What is pending stays.
+    // Makes `text` pending: for the engine, unless a text is pending already; or for this thread's creations when there
+    // is no engine.
     void Complain(const std::string& text);
 
     // What is pending, in the same sense; null for nothing. Good for the length of the turn.

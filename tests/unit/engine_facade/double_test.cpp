@@ -1,3 +1,5 @@
+#include <chrono>
+#include <cstdint>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -12,10 +14,8 @@ namespace {
 
 using hvq::inference::PluginEngine;
 using scripted_double::ScratchLibrary;
-using testing::AnyOf;
 using testing::Each;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 using testing::HasSubstr;
 
 std::vector<float> OutputOf(Facade& facade, const std::string& layer, std::size_t count) {
@@ -164,6 +164,24 @@ TEST(ScriptedDouble, AnswersForAFailedCreationOnItsOwnThreadOnly) {
     EXPECT_EQ(elsewhere, 0);
     reset(nullptr);
     EXPECT_EQ(hasException(nullptr), 0);
+}
+
+TEST(ScriptedDouble, AnswersForTheLatestCreationOfAThread) {
+    const ScriptedLibrary library(
+        "fail hvqCreateWithLibraryLoader 1 first\nfail hvqCreateWithLibraryLoader 2 second\n"
+        "null hvqCreateWithLibraryLoader 3");
+    const auto create = reinterpret_cast<void* (*)(void*, void*)>(library.Symbol("hvqCreateWithLibraryLoader"));
+    const auto hasException = reinterpret_cast<std::uint8_t (*)(void*)>(library.Symbol("hvqHasException"));
+    const auto text = reinterpret_cast<void (*)(void*, char*)>(library.Symbol("hvqGetExceptionString"));
+
+    (void)create(nullptr, nullptr);
+    (void)create(nullptr, nullptr);
+
+    char buffer[16] = {};
+    text(nullptr, buffer);
+    EXPECT_STREQ(buffer, "second");
+    (void)create(nullptr, nullptr);
+    EXPECT_EQ(hasException(nullptr), 0) << "the third failed without a text";
 }
 
 TEST(ScriptedDouble, ExportsItsControlsAndNoMore) {

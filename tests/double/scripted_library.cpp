@@ -86,12 +86,8 @@ ScriptedLibrary::ScriptedLibrary(std::string_view script, Variant variant, const
     ExpectUnderstood(Control<decltype(&hvqDoubleScript)>("hvqDoubleScript")(std::string(script).c_str()));
 }
 
-ScriptedLibrary::~ScriptedLibrary() {
-    platform::SystemModuleLoader().Unload(m_module);
-}
-
 platform::SymbolAddress ScriptedLibrary::Symbol(const char* name) const {
-    return platform::SystemModuleLoader().Symbol(m_module, name);
+    return platform::SystemModuleLoader().Symbol(m_module.get(), name);
 }
 
 template <typename Function>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -48,7 +48,6 @@ class ScriptedLibrary {
     // Throws std::runtime_error when that fails, or when a line of the script can't be understood.
     explicit ScriptedLibrary(std::string_view script = {}, Variant variant = Variant::Whole,
                              const std::filesystem::path& fileName = "hvq.dll");
-    ~ScriptedLibrary();
     ScriptedLibrary(const ScriptedLibrary&) = delete;
     ScriptedLibrary& operator=(const ScriptedLibrary&) = delete;
 
@@ -85,8 +84,12 @@ class ScriptedLibrary {
     template <typename Function>
     Function Control(const char* name) const;
 
-    ScratchLibrary m_scratch;
-    platform::ModuleHandle m_module;
+    struct Unload {
+        void operator()(platform::ModuleHandle module) const { platform::SystemModuleLoader().Unload(module); }
+    };
+
+    ScratchLibrary m_scratch;                // first: a file that is loaded can't be removed everywhere
+    std::unique_ptr<void, Unload> m_module;  // a ModuleHandle
 };
 
 }  // namespace scripted_double

@@ -29,7 +29,7 @@ std::wstring WideText(const Path& path, platform::TextConversion& conversion) {
 template <typename Path>
 std::string NarrowText(const Path& path, const util::LoaderSeams& seams) {
     if constexpr (kPathsAreWide) {
-        const std::string narrow =
+        std::string narrow =
             WithoutTerminator(infra::WideToUtf8(path.native(), platform::CodePage::System, seams.conversion));
         if (seams.files.WidePath(narrow) != path.native()) {
             throw std::runtime_error("The path has no form in the file system's code page.");

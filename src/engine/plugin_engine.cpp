@@ -187,13 +187,8 @@ void PluginEngine::CreateNetwork(const std::string& engineName, const std::strin
     }
     if (!properties.empty()) {
         const MutablePropertyMap mutableProperties = GetEngineMutableProperties(engineName);
-        for (const auto& [name, value] : properties) {
-            const auto found = mutableProperties.find(name);
-            if (found == mutableProperties.end()) {
-                throw std::runtime_error(engineName + " no " + name + " property! Please check.");
-            }
-            SetProperty(engineName, networkId, name, found->second, value);
-        }
+        for (const auto& [name, value] : properties)
+            SetProperty(engineName, networkId, mutableProperties, name, value);
     }
     m_functionHandle->hvqCreateNetByBuiltin(m_engineHandle.get(), engineName.c_str(), networkId.c_str(),
                                             deviceName.c_str(), modelId.c_str());
@@ -333,8 +328,14 @@ void PluginEngine::RequireEngine() const {
     if (!HasEngine()) throw std::runtime_error("Please create hvq library handle first of all!");
 }
 
-void PluginEngine::SetProperty(const std::string& engineName, const std::string& networkId, const std::string& name,
-                               const std::string& typeName, const std::any& value) {
+void PluginEngine::SetProperty(const std::string& engineName, const std::string& networkId,
+                               const MutablePropertyMap& mutableProperties, const std::string& name,
+                               const std::any& value) {
+    const auto found = mutableProperties.find(name);
+    if (found == mutableProperties.end()) {
+        throw std::runtime_error(engineName + " no " + name + " property! Please check.");
+    }
+    const std::string& typeName = found->second;
     const auto refuse = [&] {
         throw std::runtime_error(name + " need " + typeName + " type, but the property_value is not! Please check.");
     };

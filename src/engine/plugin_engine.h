@@ -108,8 +108,8 @@ class PluginEngine {
 
     bool HasEngine() const;
     void RequireEngine() const;
-    void SetProperty(const std::string& engineName, const std::string& networkId, const std::string& name,
-                     const std::string& typeName, const std::any& value);
+    void SetProperty(const std::string& engineName, const std::string& networkId,
+                     const MutablePropertyMap& mutableProperties, const std::string& name, const std::any& value);
 
     util::LoaderSeams m_seams;                         // the library's deleter works on what it refers to
     std::shared_ptr<FunctionHandle> m_functionHandle;  // holds the library; before the engine, so it goes after it

@@ -5,7 +5,9 @@
 
 #include <array>
 #include <climits>
+#include <cstddef>
 #include <filesystem>
+#include <new>
 #include <system_error>
 
 namespace platform {
@@ -46,7 +48,10 @@ class LoadedFiles final : public ModuleFiles {
 }  // namespace
 
 ModuleFiles& SystemModuleFiles() {
-    static LoadedFiles& files = *new LoadedFiles;  // never destroyed: destructors of globals may still come here
+    // Never destroyed: destructors of globals may still come here. And not on the heap, where a library that has this
+    // in it would leave it behind when it is unloaded.
+    alignas(LoadedFiles) static std::byte storage[sizeof(LoadedFiles)];
+    static LoadedFiles& files = *new (storage) LoadedFiles;
     return files;
 }
 

@@ -1,0 +1,26 @@
+# Which names a shared library exports, said by lists of names, so that no source has to.
+#
+#   velmoml_exports(<library> LISTS <file>... [WITHOUT <name>...])
+#
+# Each file has one name a line. The library exports these and nothing else, less those of WITHOUT.
+function(velmoml_exports library)
+  cmake_parse_arguments(EXPORTS "" "" "LISTS;WITHOUT" ${ARGN})
+  set(names)
+  foreach(file ${EXPORTS_LISTS})
+    file(STRINGS ${file} more)
+    list(APPEND names ${more})
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+  endforeach()
+  if(EXPORTS_WITHOUT)
+    list(REMOVE_ITEM names ${EXPORTS_WITHOUT})
+  endif()
+  if(WIN32)
+    list(JOIN names "\n  " lines)
+    file(CONFIGURE OUTPUT ${library}.def CONTENT "EXPORTS\n  ${lines}\n" @ONLY)
+    target_sources(${library} PRIVATE ${CMAKE_CURRENT_BINARY_DIR}/${library}.def)
+  else()
+    list(JOIN names ";\n    " lines)
+    file(CONFIGURE OUTPUT ${library}.map CONTENT "{\n  global:\n    ${lines};\n  local:\n    *;\n};\n" @ONLY)
+    target_link_options(${library} PRIVATE -Wl,--version-script=${CMAKE_CURRENT_BINARY_DIR}/${library}.map)
+  endif()
+endfunction()

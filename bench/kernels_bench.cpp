@@ -25,7 +25,7 @@ namespace {
 
 using rvo_calyr::kernels::Kernels;
 
-constexpr int kPictures = 16;
+constexpr int kPictures = 2;
 
 struct Size {
     int width;

@@ -7,15 +7,16 @@
 
 namespace rvo_calyr::kernels {
 
-// The edge map of one mask, worked out with one bit per pixel.
+// The edge map of one mask, worked out with one bit per pixel, 64 pixels per word.
 //
-// A pixel's window holds both kinds of pixel when some pixel in it is foreground (the "or" over it is 1) and not all
-// are (the "and" over it is 0). Both are separable: first over five rows, then over five columns, 64 pixels per word. A
-// window that is cut off at a border gives the same as a whole one in which the border's pixels are repeated outside,
-// as each of those stands in the window already; so rows and columns outside are copies of the border's, and nothing is
-// a special case.
+// A pixel's window of 5 × 5 pixels holds both kinds of pixel exactly when one of the 4 × 4 blocks of 2 × 2 pixels in it
+// does: such a block lies wherever two neighbours differ. So each block is judged once, and a pixel is marked when one
+// of the sixteen around it is mixed; that is an "or" over four rows, then one over four columns. A window that is cut
+// off at a border gives the same as a whole one in which the border's pixels are repeated outside, as each of those
+// stands in the window already; so rows and columns outside are copies of the border's, and no window is a special
+// case.
 //
-// The mask is taken in tiles, which bounds the memory: 15 KB on the stack for images of any size.
+// The mask is taken in tiles, which bounds the memory: 10 KB on the stack for images of any size.
 // In a tile each row of pixels has a word for the neighbours on the left, its own words, and one for those on the
 // right.
 template <class Simd>
@@ -37,6 +38,7 @@ class EdgeBits {
             for (std::size_t top = 0; top < m_height; top += kTileRows) {
                 const std::size_t rows = m_height - top < kTileRows ? m_height - top : kTileRows;
                 PackTile(top, rows);
+                FindMixedBlocks(rows);
                 CombineRows(rows);
                 marked += MarkTile(top, rows);
             }
@@ -50,6 +52,7 @@ class EdgeBits {
     static constexpr std::size_t kWordPixels = 64;
     static constexpr std::size_t kVectorWords = Simd::kBytes / sizeof(std::uint64_t);
     static constexpr std::size_t kReach = kEdgeReach;
+    static constexpr std::size_t kBlockRows = 2 * kReach;  // of blocks of 2 × 2 in a window
     static constexpr std::size_t kTileRows = 32;
     static constexpr std::size_t kTileWords = 16;  // own words of a row: 1024 pixels
     static constexpr std::size_t kTileStride = kTileWords + 2;
@@ -123,41 +126,52 @@ class EdgeBits {
     // 1 when the pixel is foreground, else 0.
     std::uint64_t Bit(std::size_t index) const { return m_mask[index] > kForegroundThreshold ? 1u : 0u; }
 
-    // Fills m_any and m_all: "or" and "and" over the five rows around each row of the tile.
-    void CombineRows(std::size_t rows) {
-        const std::size_t words = rows * m_stride;
+    // Fills m_mixed: a bit for each block, at the place of its upper left pixel, in the rows from top - kReach to
+    // top + rows + 1. In the last word of a row only the first bit is of use, as the neighbour on its right is missing.
+    void FindMixedBlocks(std::size_t rows) {
+        const std::size_t words = (rows + kBlockRows - 1) * m_stride;
         for (std::size_t i = 0; i < words; i += kVectorWords) {
-            const std::uint64_t* at = m_foreground + i;
-            Block any = Simd::LoadWords(at);
-            Block all = any;
-            for (std::size_t row = 1; row <= 2 * kReach; ++row) {
-                at += m_stride;
-                const Block bits = Simd::LoadWords(at);
-                any = Simd::Or(any, bits);
-                all = Simd::And(all, bits);
-            }
-            Simd::StoreWords(m_any + i, any);
-            Simd::StoreWords(m_all + i, all);
+            const Block upper = Simd::LoadWords(m_foreground + i);
+            const Block lower = Simd::LoadWords(m_foreground + i + m_stride);
+            const Block upperNext = Simd::LoadWords(m_foreground + i + 1);
+            const Block lowerNext = Simd::LoadWords(m_foreground + i + m_stride + 1);
+            const Block any = Simd::Or(upper, lower);
+            const Block all = Simd::And(upper, lower);
+            const Block anyRight = FromRight(any, Simd::Or(upperNext, lowerNext));
+            const Block allRight = FromRight(all, Simd::And(upperNext, lowerNext));
+            Simd::StoreWords(m_mixed + i, Simd::AndNot(Simd::And(all, allRight), Simd::Or(any, anyRight)));
         }
-        ClearSlack(m_any + words);
-        ClearSlack(m_all + words);
+        ClearSlack(m_mixed + words);
     }
 
-    // Does the columns, and writes the marks of the tile's rows.
+    // Makes the tile's rows of m_mixed, in place, the "or" of the four rows of blocks in a pixel's window.
+    void CombineRows(std::size_t rows) {
+        for (std::size_t i = 0; i < rows * m_stride; i += kVectorWords) {
+            Block any = Simd::LoadWords(m_mixed + i);
+            for (std::size_t row = 1; row < kBlockRows; ++row) {
+                any = Simd::Or(any, Simd::LoadWords(m_mixed + i + row * m_stride));
+            }
+            Simd::StoreWords(m_mixed + i, any);
+        }
+    }
+
+    // Combines the columns likewise, and writes the marks of the tile's rows.
     std::uint32_t MarkTile(std::size_t top, std::size_t rows) {
         std::uint32_t marked = 0;
         for (std::size_t row = 0; row < rows; ++row) {
             const std::size_t start = (top + row) * m_width + m_left;
-            const std::uint64_t* const any = m_any + row * m_stride + 1;
-            const std::uint64_t* const all = m_all + row * m_stride + 1;
+            const std::uint64_t* const mixed = m_mixed + row * m_stride + 1;
             for (std::size_t word = 0; word < m_words; word += kVectorWords) {
-                const Block band = Simd::And(Simd::AndNot(AllOfColumns(all + word), AnyOfColumns(any + word)),
-                                             Simd::LoadWords(m_inside + word));
-                if (Simd::IsZero(band)) {
-                    continue;
+                const Block own = Simd::LoadWords(mixed + word);
+                const Block left = Simd::LoadWords(mixed + word - 1);
+                const Block right = Simd::LoadWords(mixed + word + 1);
+                if (Simd::IsZero(Simd::Or(own, Simd::Or(left, right)))) {
+                    continue;  // far from the outline, like most of a picture
                 }
+                const Block fromLeft = Simd::Or(FromLeft<1>(own, left), FromLeft<2>(own, left));
+                const Block any = Simd::Or(Simd::Or(own, FromRight(own, right)), fromLeft);
                 std::uint64_t bands[kVectorWords];
-                Simd::StoreWords(bands, band);
+                Simd::StoreWords(bands, Simd::And(any, Simd::LoadWords(m_inside + word)));
                 for (std::size_t i = 0; i < kVectorWords; ++i) {
                     if (bands[i] != 0) {
                         marked += Simd::CountBits(bands[i]);
@@ -169,29 +183,15 @@ class EdgeBits {
         return marked;
     }
 
-    // Each bit becomes the "or" of itself and its two neighbours on both sides.
-    static Block AnyOfColumns(const std::uint64_t* words) {
-        const Block own = Simd::LoadWords(words);
-        const Block left = Simd::LoadWords(words - 1);
-        const Block right = Simd::LoadWords(words + 1);
-        const Block fromLeft = Simd::Or(Simd::Or(Simd::template ShiftUp<1>(own), Simd::template ShiftDown<63>(left)),
-                                        Simd::Or(Simd::template ShiftUp<2>(own), Simd::template ShiftDown<62>(left)));
-        const Block fromRight = Simd::Or(Simd::Or(Simd::template ShiftDown<1>(own), Simd::template ShiftUp<63>(right)),
-                                         Simd::Or(Simd::template ShiftDown<2>(own), Simd::template ShiftUp<62>(right)));
-        return Simd::Or(own, Simd::Or(fromLeft, fromRight));
+    // Each bit becomes that of the next pixel on the right; `right` are the words behind.
+    static Block FromRight(Block own, Block right) {
+        return Simd::Or(Simd::template ShiftDown<1>(own), Simd::template ShiftUp<63>(right));
     }
 
-    // Likewise the "and".
-    static Block AllOfColumns(const std::uint64_t* words) {
-        const Block own = Simd::LoadWords(words);
-        const Block left = Simd::LoadWords(words - 1);
-        const Block right = Simd::LoadWords(words + 1);
-        const Block fromLeft = Simd::And(Simd::Or(Simd::template ShiftUp<1>(own), Simd::template ShiftDown<63>(left)),
-                                         Simd::Or(Simd::template ShiftUp<2>(own), Simd::template ShiftDown<62>(left)));
-        const Block fromRight =
-            Simd::And(Simd::Or(Simd::template ShiftDown<1>(own), Simd::template ShiftUp<63>(right)),
-                      Simd::Or(Simd::template ShiftDown<2>(own), Simd::template ShiftUp<62>(right)));
-        return Simd::And(own, Simd::And(fromLeft, fromRight));
+    // Each bit becomes that of the pixel so many places to the left; `left` are the words before.
+    template <int kPlaces>
+    static Block FromLeft(Block own, Block left) {
+        return Simd::Or(Simd::template ShiftUp<kPlaces>(own), Simd::template ShiftDown<64 - kPlaces>(left));
     }
 
     void MarkWord(std::size_t start, std::uint64_t band) {
@@ -219,8 +219,7 @@ class EdgeBits {
     // Not initialised: each word is written before it is read.
     std::uint64_t m_inside[kTileWords];  // bits of a row that are pixels of the image
     std::uint64_t m_foreground[(kTileRows + 2 * kReach) * kTileStride + kSlack];
-    std::uint64_t m_any[kTileRows * kTileStride + kSlack];
-    std::uint64_t m_all[kTileRows * kTileStride + kSlack];
+    std::uint64_t m_mixed[(kTileRows + kBlockRows - 1) * kTileStride + kSlack];
 };
 
 }  // namespace rvo_calyr::kernels

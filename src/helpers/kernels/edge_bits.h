@@ -129,12 +129,13 @@ class EdgeBits {
     // Fills m_mixed: a bit for each block, at the place of its upper left pixel, in the rows from top - kReach to
     // top + rows + 1. In the last word of a row only the first bit is of use, as the neighbour on its right is missing.
     void FindMixedBlocks(std::size_t rows) {
-        const std::size_t words = (rows + kBlockRows - 1) * m_stride;
+        const std::size_t stride = m_stride;
+        const std::size_t words = (rows + kBlockRows - 1) * stride;
         for (std::size_t i = 0; i < words; i += kVectorWords) {
             const Block upper = Simd::LoadWords(m_foreground + i);
-            const Block lower = Simd::LoadWords(m_foreground + i + m_stride);
+            const Block lower = Simd::LoadWords(m_foreground + i + stride);
             const Block upperNext = Simd::LoadWords(m_foreground + i + 1);
-            const Block lowerNext = Simd::LoadWords(m_foreground + i + m_stride + 1);
+            const Block lowerNext = Simd::LoadWords(m_foreground + i + stride + 1);
             const Block any = Simd::Or(upper, lower);
             const Block all = Simd::And(upper, lower);
             const Block anyRight = FromRight(any, Simd::Or(upperNext, lowerNext));
@@ -146,10 +147,11 @@ class EdgeBits {
 
     // Makes the tile's rows of m_mixed, in place, the "or" of the four rows of blocks in a pixel's window.
     void CombineRows(std::size_t rows) {
-        for (std::size_t i = 0; i < rows * m_stride; i += kVectorWords) {
+        const std::size_t stride = m_stride;
+        for (std::size_t i = 0; i < rows * stride; i += kVectorWords) {
             Block any = Simd::LoadWords(m_mixed + i);
             for (std::size_t row = 1; row < kBlockRows; ++row) {
-                any = Simd::Or(any, Simd::LoadWords(m_mixed + i + row * m_stride));
+                any = Simd::Or(any, Simd::LoadWords(m_mixed + i + row * stride));
             }
             Simd::StoreWords(m_mixed + i, any);
         }

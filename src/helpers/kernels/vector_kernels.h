@@ -34,22 +34,34 @@ class VectorKernels {
         }
     }
 
+    // In steps of a whole line of the cache, and from the first one on that begins in the mask: the processor merges
+    // writes to one line only while no other line's come between.
     static std::uint64_t ConvertMaskTwice(const float* floats, std::size_t count, std::uint8_t* mask,
                                           std::uint8_t* previousMask) {
-        Block sums = Simd::Zero();
+        const std::size_t behindLine = reinterpret_cast<std::uintptr_t>(mask) % kLineBytes;
+        const std::size_t head = behindLine == 0 ? 0 : kLineBytes - behindLine;
+        std::uint64_t sum = 0;
         std::size_t i = 0;
-        for (; i + kBytes <= count; i += kBytes) {
-            const Block bytes = Simd::TruncateToBytes(floats + i);
-            Simd::Store(mask + i, bytes);
-            Simd::Store(previousMask + i, bytes);
-            sums = Simd::AddByteSums(sums, bytes);
+        for (; i < head && i < count; ++i) {
+            sum += ConvertOneTwice(floats[i], mask[i], previousMask[i]);
         }
-        std::uint64_t sum = Simd::Total(sums);
+        Block sums = Simd::Zero();
+        for (; i + kLineBytes <= count; i += kLineBytes) {
+            Block line[kLineBytes / kBytes];
+            for (std::size_t k = 0; k < kLineBytes / kBytes; ++k) {
+                line[k] = Simd::TruncateToBytes(floats + i + k * kBytes);
+                sums = Simd::AddByteSums(sums, line[k]);
+            }
+            for (std::size_t k = 0; k < kLineBytes / kBytes; ++k) {
+                Simd::Store(mask + i + k * kBytes, line[k]);
+            }
+            for (std::size_t k = 0; k < kLineBytes / kBytes; ++k) {
+                Simd::Store(previousMask + i + k * kBytes, line[k]);
+            }
+        }
+        sum += Simd::Total(sums);
         for (; i < count; ++i) {
-            const std::uint8_t byte = Simd::TruncateToByte(floats[i]);
-            mask[i] = byte;
-            previousMask[i] = byte;
-            sum += byte;
+            sum += ConvertOneTwice(floats[i], mask[i], previousMask[i]);
         }
         return sum;
     }
@@ -104,6 +116,14 @@ class VectorKernels {
     using Block = typename Simd::Block;
     static constexpr std::size_t kBytes = Simd::kBytes;
     static constexpr std::size_t kListBytes = 32;  // one row of the list stands for so many pixels
+
+    static constexpr std::size_t kLineBytes = 64;  // of the cache
+
+    static std::uint8_t ConvertOneTwice(float value, std::uint8_t& mask, std::uint8_t& previousMask) {
+        mask = Simd::TruncateToByte(value);
+        previousMask = mask;
+        return mask;
+    }
 
     static bool AnyIn(const std::uint8_t* edgeMap) {
         Block any = Simd::Load(edgeMap);

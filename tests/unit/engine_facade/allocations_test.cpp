@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "allocation_counter.h"
 #include "engine/plugin_engine.h"
 #include "scripted_double/scripted_library.h"
+#include "support/allocation_counter.h"
 
 namespace hvq::inference {
 namespace {

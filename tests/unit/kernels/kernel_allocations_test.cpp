@@ -3,9 +3,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "allocation_counter.h"
 #include "helpers/kernels/content_change.h"
 #include "kernel_versions.h"
+#include "support/allocation_counter.h"
 
 namespace rvo_calyr::kernels {
 namespace {

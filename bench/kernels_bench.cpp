@@ -1,12 +1,14 @@
 // What the per-pixel work of one frame costs, for each version of the functions that this processor runs, at both sizes
-// of the models. Pictures are drawn: a person before a noisy background who moves a little from call to call, so that
-// no branch is learned by heart. They go round through sixteen, more than the nearest caches hold.
+// of the models. Pictures are drawn: a person before a noisy background who moves from one to the next, so that no
+// branch is learned by heart. They take turns, as frames do in the slots that they come in; the network's floats are
+// always the same array, as in the process.
 //
 // WidenFrame       three planes and the previous mask to floats, as before each inference
 // ConvertMask      the network's floats to the mask, as after each inference
 // ConvertMaskTwice the same into the previous mask, too, with the sum
 // CountChanged     the change along the edge band, as on each frame that might be skipped
 // BuildEdgeMap     the edge band of a mask, with the zeroing of the map, as on each refresh
+// FillMemory       memset over as many bytes as WidenFrame writes: what the memory allows
 
 #include <benchmark/benchmark.h>
 
@@ -25,7 +27,7 @@ namespace {
 
 using rvo_calyr::kernels::Kernels;
 
-constexpr int kPictures = 2;
+constexpr int kPictures = 4;
 
 struct Size {
     int width;
@@ -108,19 +110,19 @@ void WidenFrame(benchmark::State& state, const Kernels& kernels, const Size& siz
 
 void ConvertMask(benchmark::State& state, const Kernels& kernels, const Size& size) {
     const std::size_t n = size.Pixels();
+    const std::vector<float>& floats = PicturesOf(size).front().maskFloats;
     std::vector<std::uint8_t> mask(n);
-    Run(state, size, n * 5, [&](const Picture& picture, const Picture&) {
-        kernels.convertMask(picture.maskFloats.data(), n, mask.data());
-    });
+    Run(state, size, n * 5,
+        [&](const Picture&, const Picture&) { kernels.convertMask(floats.data(), n, mask.data()); });
 }
 
 void ConvertMaskTwice(benchmark::State& state, const Kernels& kernels, const Size& size) {
     const std::size_t n = size.Pixels();
+    const std::vector<float>& floats = PicturesOf(size).front().maskFloats;
     std::vector<std::uint8_t> mask(n);
     std::vector<std::uint8_t> previousMask(n);
-    Run(state, size, n * 6, [&](const Picture& picture, const Picture&) {
-        benchmark::DoNotOptimize(
-            kernels.convertMaskTwice(picture.maskFloats.data(), n, mask.data(), previousMask.data()));
+    Run(state, size, n * 6, [&](const Picture&, const Picture&) {
+        benchmark::DoNotOptimize(kernels.convertMaskTwice(floats.data(), n, mask.data(), previousMask.data()));
     });
 }
 
@@ -144,6 +146,16 @@ void BuildEdgeMap(benchmark::State& state, const Kernels& kernels, const Size& s
     });
 }
 
+void FillMemory(benchmark::State& state, const Size& size) {
+    std::vector<float> input(4 * size.Pixels());
+    const std::size_t bytes = input.size() * sizeof(float);
+    Run(state, size, bytes, [&](const Picture&, const Picture&) { std::memset(input.data(), 0, bytes); });
+}
+
+std::string NameOf(const char* function, const char* version, const Size& size) {
+    return std::string(function) + "/" + version + "/" + std::to_string(size.width) + "x" + std::to_string(size.height);
+}
+
 void Register(const Kernels& kernels) {
     using Function = void (*)(benchmark::State&, const Kernels&, const Size&);
     struct Named {
@@ -157,8 +169,7 @@ void Register(const Kernels& kernels) {
                                {"BuildEdgeMap", BuildEdgeMap}};
     for (const Named& named : functions) {
         for (const Size size : {Size{256, 144}, Size{640, 360}}) {
-            const std::string name = std::string(named.name) + "/" + kernels.name + "/" + std::to_string(size.width) +
-                                     "x" + std::to_string(size.height);
+            const std::string name = NameOf(named.name, kernels.name, size);
             benchmark::RegisterBenchmark(name.c_str(), [named, &kernels, size](benchmark::State& state) {
                 named.function(state, kernels, size);
             })->Unit(benchmark::kMicrosecond);
@@ -177,6 +188,11 @@ int main(int argumentCount, char** arguments) {
     if (const Kernels* const avx2 = rvo_calyr::kernels::Avx2Kernels();
         avx2 != nullptr && features.avx2 && features.popcnt) {
         Register(*avx2);
+    }
+    for (const Size size : {Size{256, 144}, Size{640, 360}}) {
+        benchmark::RegisterBenchmark(NameOf("FillMemory", "memset", size).c_str(), [size](benchmark::State& state) {
+            FillMemory(state, size);
+        })->Unit(benchmark::kMicrosecond);
     }
     benchmark::Initialize(&argumentCount, arguments);
     if (benchmark::ReportUnrecognizedArguments(argumentCount, arguments)) {

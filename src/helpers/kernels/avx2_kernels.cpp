@@ -51,7 +51,7 @@ struct Avx2 {
     }
 
     static void Widen(const std::uint8_t* bytes, float* floats) {
-        for (int i = 0; i < 32; i += 8) {
+        for (std::size_t i = 0; i < 32; i += 8) {
             const void* const eight = bytes + i;
             const Block integers = _mm256_cvtepu8_epi32(_mm_loadl_epi64(static_cast<const __m128i*>(eight)));
             _mm256_storeu_ps(floats + i, _mm256_cvtepi32_ps(integers));
@@ -82,11 +82,11 @@ struct Avx2 {
         const Block bitOfByte = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201u));
         const Block byteOfCopies = _mm256_setr_epi8(0, 0, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 1, 1, 1, 1,  //
                                                     2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3);
-        for (int i = 0; i < 2; ++i) {
-            const Block word = _mm256_set1_epi32(static_cast<int>(static_cast<std::uint32_t>(bits >> (32 * i))));
+        for (std::size_t i = 0; i < 64; i += 32) {
+            const Block word = _mm256_set1_epi32(static_cast<int>(static_cast<std::uint32_t>(bits >> i)));
             const Block copies = _mm256_shuffle_epi8(word, byteOfCopies);
             const Block set = _mm256_cmpeq_epi8(And(copies, bitOfByte), bitOfByte);
-            Store(bytes + 32 * i, _mm256_blendv_epi8(Load(bytes + 32 * i), Ones(), set));
+            Store(bytes + i, _mm256_blendv_epi8(Load(bytes + i), Ones(), set));
         }
     }
 

@@ -76,9 +76,9 @@ struct Sse2 {
     static std::uint64_t Above(const std::uint8_t* bytes, int threshold) {
         const int tooMuch = threshold - 127;
         std::uint64_t bits = 0;
-        for (int i = 0; i < 4; ++i) {
-            const int sixteen = _mm_movemask_epi8(SubtractSaturated(Load(bytes + 16 * i), tooMuch));
-            bits |= std::uint64_t{static_cast<std::uint32_t>(sixteen)} << (16 * i);
+        for (std::size_t i = 0; i < 64; i += 16) {
+            const int sixteen = _mm_movemask_epi8(SubtractSaturated(Load(bytes + i), tooMuch));
+            bits |= std::uint64_t{static_cast<std::uint32_t>(sixteen)} << i;
         }
         return bits;
     }
@@ -86,13 +86,13 @@ struct Sse2 {
     // Writes 1 to those of 64 bytes whose bit is set; the others keep their value.
     static void StoreOnes(std::uint8_t* bytes, std::uint64_t bits) {
         const Block bitOfByte = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201u));
-        for (int i = 0; i < 4; ++i) {
+        for (std::size_t i = 0; i < 64; i += 16) {
             // Eight copies of each of two bytes of bits.
-            const Block two = _mm_cvtsi32_si128(static_cast<int>((bits >> (16 * i)) & 0xFFFFu));
+            const Block two = _mm_cvtsi32_si128(static_cast<int>((bits >> i) & 0xFFFFu));
             const Block pairs = _mm_unpacklo_epi8(two, two);
             const Block copies = _mm_shuffle_epi32(_mm_shufflelo_epi16(pairs, 0x50), 0x50);
             const Block set = _mm_cmpeq_epi8(And(copies, bitOfByte), bitOfByte);
-            Store(bytes + 16 * i, Or(AndNot(set, Load(bytes + 16 * i)), And(set, Ones())));
+            Store(bytes + i, Or(AndNot(set, Load(bytes + i)), And(set, Ones())));
         }
     }
 

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <random>
 #include <vector>
 
@@ -153,10 +154,8 @@ class ByteFloats : public testing::TestWithParam<const Kernels*> {};
 class FastByteFloats : public testing::TestWithParam<const Kernels*> {};
 
 TEST_P(ByteFloats, WidensEveryByteToTheFloatOfTheSameValue) {
-    std::vector<std::uint8_t> bytes;
-    for (int value = 0; value < 256; ++value) {
-        bytes.push_back(static_cast<std::uint8_t>(value));
-    }
+    std::vector<std::uint8_t> bytes(256);
+    std::iota(bytes.begin(), bytes.end(), std::uint8_t{0});
     std::vector<float> floats(bytes.size(), -1.0f);
 
     GetParam()->widenBytes(bytes.data(), bytes.size(), floats.data());
@@ -190,7 +189,7 @@ TEST_P(ByteFloats, ConvertsEachKindOfFloatAtEachPlaceOfAVector) {
 }
 
 TEST_P(ByteFloats, SumsALargeMaskWithoutLoss) {
-    const std::vector<float> floats(640 * 360, 255.0f);
+    const std::vector<float> floats(std::size_t{640} * 360, 255.0f);
     std::vector<std::uint8_t> mask(floats.size());
     std::vector<std::uint8_t> previousMask(floats.size());
 

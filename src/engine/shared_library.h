@@ -5,22 +5,12 @@
 #include <memory>
 #include <string>
 
-#include "platform/file_views.h"
+#include "engine/loader_seams.h"
 #include "platform/module_loader.h"
-#include "platform/standard_streams.h"
-#include "platform/text_conversion.h"
 
 // From the path of a file to a loaded library that can be asked for symbols. Nothing here knows what the library is
 // for. Diagnostics go to standard error, never to the logger. Thread: any; no lock is taken.
 namespace hvq::util {
-
-// The parts of the operating system that loading works on; the system's own unless a test says otherwise.
-struct LoaderSeams {
-    platform::ModuleLoader& modules = platform::SystemModuleLoader();
-    platform::FileViews& files = platform::SystemFileViews();
-    platform::StandardStreams& streams = platform::SystemStandardStreams();
-    platform::TextConversion& conversion = platform::SystemTextConversion();
-};
 
 inline constexpr std::int32_t kSystemModule = 1;  // the only type of handle there is
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <istream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -20,16 +21,28 @@ class FileView {
     // Prepares the whole file to be mapped, read-only. False on failure, and for an empty file.
     virtual bool CreateMapping() = 0;
 
-    // The whole file, after CreateMapping. Null on failure.
+    // The whole file, after CreateMapping. Null on failure, and before it.
     virtual const std::byte* Map() = 0;
 };
 
-// Thread: any.
+// Files that are only read. Paths end at their first NUL. All operations may throw std::bad_alloc. Thread: any.
 class FileViews {
  public:
     virtual ~FileViews() = default;
 
-    // Opens an existing file to be read; others may read it meanwhile, and not write. Null on failure.
+    // The wide form of a path as the system's byte calls take it: on Windows by the file system's code page, on Linux
+    // as UTF-8, where bytes that are none survive the way there and back. Nothing when it has none.
+    virtual std::optional<std::wstring> WidePath(const std::string& path) = 0;
+
+    // Whether something stands at this path, links followed. False also for whatever keeps the system from telling.
+    virtual bool Exists(const std::wstring& path) = 0;
+
+    // Opens a file to be read as a buffered stream of bytes; others may do with it what they like. Null on failure, and
+    // for what is no regular file.
+    virtual std::unique_ptr<std::istream> OpenStream(const std::wstring& path) = 0;
+
+    // Opens an existing file to be read; others may read it meanwhile, and not write (which Linux does not enforce).
+    // Null on failure, and for what is no regular file.
     virtual std::unique_ptr<FileView> Open(const std::wstring& path) = 0;
 };
 

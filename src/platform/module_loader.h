@@ -44,6 +44,7 @@ class ModuleLoader {
     virtual void Unload(ModuleHandle module) = 0;
 
     // Writes the current directory, terminated, to `buffer` of `capacity` chars. False when that failed.
+    // It is asked for to tell of an earlier failure, whose number it keeps where the system lets it.
     virtual bool CurrentDirectory(char* buffer, int capacity) = 0;
 
     // One of the kArchitecture numbers, or any other of the system's: of the machine, not of an emulated process.

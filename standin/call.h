@@ -49,7 +49,7 @@ inline std::string_view Text(const char* text, const char* what) {
     return Needed(text, what);
 }
 inline std::string Text(const wchar_t* text, const char* what) {
-    return Utf8(std::wstring_view(Needed(text, what)));
+    return Utf8FromWide(std::wstring_view(Needed(text, what)));
 }
 
 // A length or a number of entries, for an int32 result.

@@ -62,7 +62,7 @@ void hvqRegisterModelAsInnerIDwithString(HvqEngine engine, const char* model_id,
 void hvqRegisterModelAsInnerIDwithWString(HvqEngine engine, const wchar_t* model_id, const wchar_t* model_lib_path) {
     Do(engine, __func__, [&](Engine& e) {
         const std::string id = Text(model_id, "model_id");
-        e.RegisterModel(id, std::filesystem::path(Needed(model_lib_path, "model_lib_path")));
+        e.RegisterModel(id, standin::PathOfWide(Needed(model_lib_path, "model_lib_path")));
     });
 }
 

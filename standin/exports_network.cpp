@@ -92,7 +92,7 @@ void hvqCreateNetByFilesWithWstring(HvqEngine engine, const wchar_t* engine_name
         const std::string engineName = Text(engine_name, "engine_name");
         const std::string id = Text(network_id, "network_id");
         const std::string device = Text(device_name, "device_name");
-        const std::filesystem::path file(Needed(network_path, "network_path"));
+        const std::filesystem::path file = standin::PathOfWide(Needed(network_path, "network_path"));
         RefuseWeights(weights_path != nullptr && *weights_path != 0);
         e.CheckNewNetwork(engineName, id, device);
         e.CreateNetwork(engineName, id, device, standin::ReadFile(file), standin::Utf8(file));

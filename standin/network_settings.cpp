@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "standin/texts.h"
+
 namespace standin {
 namespace {
 
@@ -50,7 +52,7 @@ void SetProperty(NetworkSettings& settings, std::string_view name, std::string_v
     }
     if (value == nullptr) throw std::runtime_error("property " + std::string(name) + " got a null value");
     if (property->type == PropertyType::Path) {
-        settings.cacheFolder = std::filesystem::path(static_cast<const wchar_t*>(value));
+        settings.cacheFolder = PathOfWide(static_cast<const wchar_t*>(value));
     } else {
         const std::int32_t count = ThreadCount(name, static_cast<const char*>(value));
         (name == kThreads ? settings.threads : settings.streams) = count;

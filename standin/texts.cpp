@@ -1,6 +1,7 @@
 #include "standin/texts.h"
 
 #include <system_error>
+#include <type_traits>
 
 namespace standin {
 namespace {
@@ -38,7 +39,7 @@ std::string Utf8(const std::filesystem::path& path) {
     return {text.begin(), text.end()};
 }
 
-std::string Utf8(std::wstring_view text) {
+std::string Utf8FromWide(std::wstring_view text) {
     std::string out;
     for (std::size_t i = 0; i < text.size(); ++i) {
         auto code = static_cast<char32_t>(text[i]);
@@ -60,6 +61,12 @@ std::filesystem::path PathOf(std::string_view text) {
     } catch (const std::system_error&) {  // it isn't UTF-8
     }
     return {std::string(text)};
+}
+
+std::filesystem::path PathOfWide(std::wstring_view text) {
+    if constexpr (std::is_same_v<std::filesystem::path::value_type, wchar_t>) return {std::wstring(text)};
+    const std::string utf8 = Utf8FromWide(text);
+    return {std::u8string(utf8.begin(), utf8.end())};
 }
 
 std::string DimsText(const std::vector<std::uint64_t>& dims) {

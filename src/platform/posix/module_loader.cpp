@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/posix/absolute_path.h"
+#include "platform/posix/image_problem.h"
 #include "platform/posix/last_error.h"
 #include "platform/posix/path_bytes.h"
 
@@ -53,10 +54,13 @@ class DynamicLoader final : public ModuleLoader {
             posix::SetLastError(EINVAL);
             return nullptr;
         }
-        errno = 0;
+        if (const int problem = posix::ImageProblem(path); problem != 0) {
+            posix::SetLastError(problem);
+            return nullptr;
+        }
         void* const module = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-        // The loader gives words rather than a number; what the last failed call left is the best there is.
-        if (module == nullptr) posix::SetLastError(errno != 0 ? errno : ENOEXEC);
+        // The loader has words for its reason and no number: "not loadable" has to do for all. LD_DEBUG=all shows more.
+        if (module == nullptr) posix::SetLastError(ENOEXEC);
         return module;
     }
 

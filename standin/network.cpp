@@ -7,13 +7,11 @@
 #include <optional>
 #include <stdexcept>
 
+#include "standin/runtime_library.h"
 #include "standin/texts.h"
 
 namespace standin {
 namespace {
-
-// What a cached network depends on beside its own bytes and ONNX Runtime's version.
-constexpr char kOptimisation[] = "extended";
 
 struct ElementType {
     ONNXTensorElementDataType type;
@@ -166,42 +164,45 @@ void Network::Infer() {
 }
 
 void Network::Load(const Bytes& bytes, const std::string& source, const NetworkSettings& settings) {
-    const SessionOptionsOwner options = MakeOptions(settings);
     if (!settings.cacheFolder.empty()) {
         try {
-            const NetworkCache cache(settings.cacheFolder);
-            const Digest key = Sha256().Add(kOptimisation).Add(m_runtime.Version()).Add(bytes).Finish();
-            std::optional<Bytes> optimised = cache.Read(key);
-            const bool known = optimised.has_value();
-            if (!known) optimised = Optimised(bytes, cache);
-            // The road is the same whether the cache had it or not, and so are the numbers that come out.
-            m_session = MakeSession(*options, *optimised);
-            if (!known) cache.Write(key, *optimised);
-            m_remarks.Say(
-                Severity::Information,
-                (known ? "optimised network taken from " : "optimised network kept in ") + Utf8(cache.FileOf(key)));
+            LoadThroughCache(bytes, settings);
         } catch (const std::exception& error) {
             m_remarks.Say(Severity::Warning, source + ": not cached: " + error.what());
         }
     }
     if (m_session != nullptr) return;
     try {
-        m_session = MakeSession(*options, bytes);
+        m_session = MakeSession(*MakeOptions(settings), bytes);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(source + ": it is no network that can run here: " + error.what());
     }
 }
 
-// Only what doesn't depend on the machine, so that the folder may be copied or shared: what the processor at hand likes
-// best is decided when the network is loaded.
-Bytes Network::Optimised(const Bytes& bytes, const NetworkCache& cache) const {
-    const SessionOptionsOwner options = MakeOptions({});
+// The optimised network is laid out for the processor at hand, so it is kept under the processor's name, too.
+void Network::LoadThroughCache(const Bytes& bytes, const NetworkSettings& settings) {
+    const OrtApi& api = m_runtime.Api();
+    const NetworkCache cache(settings.cacheFolder);
+    const std::string processor = ProcessorIdentity();
+    if (processor.empty()) throw std::runtime_error("the system doesn't tell which processor this is");
+    const Digest key = Fingerprint(Hex(Fingerprint(bytes)) + "\n" + m_runtime.Version() + "\n" + processor);
+
+    if (const std::optional<Bytes> optimised = cache.Read(key)) {
+        const SessionOptionsOwner options = MakeOptions(settings);
+        m_runtime.Check(api.SetSessionGraphOptimizationLevel(options.get(), ORT_DISABLE_ALL));
+        m_session = MakeSession(*options, *optimised);
+        m_remarks.Say(Severity::Information, "optimised network taken from " + Utf8(cache.FileOf(key)));
+        return;
+    }
+    const SessionOptionsOwner options = MakeOptions(settings);
     const std::filesystem::path file = cache.TemporaryFile();
     const FileRemover remover(file);
-    m_runtime.Check(m_runtime.Api().SetSessionGraphOptimizationLevel(options.get(), ORT_ENABLE_EXTENDED));
-    m_runtime.Check(m_runtime.Api().SetOptimizedModelFilePath(options.get(), file.c_str()));
-    (void)MakeSession(*options, bytes);  // for the file that it leaves
-    return ReadFile(file);
+    m_runtime.Check(api.SetOptimizedModelFilePath(options.get(), file.c_str()));
+    // Without its warning that the file fits this processor only.
+    m_runtime.Check(api.SetSessionLogSeverityLevel(options.get(), ORT_LOGGING_LEVEL_ERROR));
+    m_session = MakeSession(*options, bytes);
+    cache.Write(key, ReadFile(file));
+    m_remarks.Say(Severity::Information, "optimised network kept in " + Utf8(cache.FileOf(key)));
 }
 
 SessionOptionsOwner Network::MakeOptions(const NetworkSettings& settings) const {

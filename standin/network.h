@@ -58,7 +58,7 @@ class Network {
 
  private:
     void Load(const Bytes& bytes, const std::string& source, const NetworkSettings& settings);
-    [[nodiscard]] Bytes Optimised(const Bytes& bytes, const NetworkCache& cache) const;
+    void LoadThroughCache(const Bytes& bytes, const NetworkSettings& settings);
     [[nodiscard]] SessionOptionsOwner MakeOptions(const NetworkSettings& settings) const;
     [[nodiscard]] SessionOwner MakeSession(const OrtSessionOptions& options, const Bytes& bytes) const;
     void ReadLayers();

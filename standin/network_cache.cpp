@@ -14,7 +14,7 @@ namespace standin {
 namespace {
 
 // A cache file: these eight bytes, the key, the digest of the network, the network.
-constexpr std::array<std::uint8_t, 8> kMark = {'h', 'v', 'q', 'c', 'a', 'c', 'h', '1'};
+constexpr std::array<std::uint8_t, 8> kMark = {'h', 'v', 'q', 'c', 'a', 'c', 'h', '2'};
 constexpr std::size_t kHeadSize = kMark.size() + 2 * sizeof(Digest);
 
 constexpr std::string_view kTemporaryPrefix = "hvq-on-its-way-";
@@ -75,7 +75,7 @@ std::optional<Bytes> NetworkCache::Read(const Digest& key) const {
     }
     if (bytes.size() <= kHeadSize) return std::nullopt;
     const auto content = bytes.begin() + static_cast<std::ptrdiff_t>(kHeadSize);
-    Digest digest = Sha256().Add(std::span(bytes).subspan(kHeadSize)).Finish();
+    const Digest digest = Fingerprint(std::span(bytes).subspan(kHeadSize));
     auto at = bytes.begin();
     const auto matches = [&at](const auto& expected) {
         const bool same = std::equal(expected.begin(), expected.end(), at);
@@ -97,7 +97,7 @@ void NetworkCache::Write(const Digest& key, const Bytes& network) const {
         };
         put(kMark);
         put(key);
-        put(Sha256().Add(network).Finish());
+        put(Fingerprint(network));
         put(network);
         stream.close();
         if (!stream) throw std::runtime_error(Utf8(temporary) + ": it can't be written");
@@ -114,7 +114,7 @@ std::filesystem::path NetworkCache::TemporaryFile() const {
 }
 
 std::filesystem::path NetworkCache::FileOf(const Digest& key) const {
-    return m_folder / (Hex(key).substr(0, 32) + ".hvqnet");
+    return m_folder / (Hex(key) + ".hvqnet");
 }
 
 FileRemover::FileRemover(std::filesystem::path file) : m_file(std::move(file)) {}

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "standin/sha256.h"
+#include "standin/fingerprint.h"
 
 namespace standin {
 

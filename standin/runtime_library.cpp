@@ -1,5 +1,7 @@
 #include "standin/runtime_library.h"
 
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <vector>
 
@@ -62,6 +64,22 @@ SymbolAddress LoadForever(const std::filesystem::path& file, const char* symbol)
     return reinterpret_cast<SymbolAddress>(address);
 }
 
+std::string ProcessorIdentity() {
+    std::string text;
+    for (const wchar_t* const name : {L"PROCESSOR_IDENTIFIER", L"PROCESSOR_REVISION"}) {
+        wchar_t value[200];
+        const DWORD length = ::GetEnvironmentVariableW(name, value, static_cast<DWORD>(std::size(value)));
+        if (length == 0 || length >= std::size(value)) return {};
+        text += Utf8FromWide({value, length}) + "\n";
+    }
+    // What the system lets programs use may be less: SSE3 and later up to AVX-512. Older systems deny what they don't
+    // know.
+    for (const DWORD feature : {13u, 36u, 37u, 38u, 39u, 40u, 41u}) {
+        text += ::IsProcessorFeaturePresent(feature) != 0 ? '1' : '0';
+    }
+    return text;
+}
+
 #else
 
 const char* RuntimeFileName() {
@@ -85,6 +103,17 @@ SymbolAddress LoadForever(const std::filesystem::path& file, const char* symbol)
     void* const address = ::dlsym(module, symbol);
     if (address == nullptr) Refuse(file, std::string("it has no function ") + symbol);
     return reinterpret_cast<SymbolAddress>(address);
+}
+
+std::string ProcessorIdentity() {
+    std::ifstream list("/proc/cpuinfo");
+    std::string text;
+    for (std::string line; std::getline(list, line) && !line.empty();) {  // up to the end of the first processor
+        for (const char* const key : {"vendor_id\t", "cpu family\t", "model\t", "stepping\t", "flags\t"}) {
+            if (line.starts_with(key)) text += line + "\n";
+        }
+    }
+    return text;
 }
 
 #endif

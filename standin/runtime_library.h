@@ -21,4 +21,8 @@ std::filesystem::path OwnFolder();
 // Throws std::runtime_error with the system's reason when it can't be loaded or lacks the name, std::bad_alloc.
 SymbolAddress LoadForever(const std::filesystem::path& file, const char* symbol);
 
+// Which processor this is and what it can do, as far as a network may be laid out for it. Equal on equal machines;
+// empty when the system doesn't tell. Throws std::bad_alloc.
+std::string ProcessorIdentity();
+
 }  // namespace standin

@@ -99,10 +99,10 @@ TEST_F(Cache, RecoversFromADamagedFile) {
     const std::filesystem::path file = OnlyFile();
     const std::string kept = ReadText(file);
     std::vector<std::string> damaged = {
-        "",        "x", kept.substr(0, 71), kept.substr(0, 72), kept.substr(0, 73), kept.substr(0, kept.size() - 1),
+        "",        "x", kept.substr(0, 39), kept.substr(0, 40), kept.substr(0, 41), kept.substr(0, kept.size() - 1),
         kept + "x"};
     for (const std::size_t at :
-         {std::size_t{0}, std::size_t{10}, std::size_t{50}, std::size_t{72}, kept.size() / 2, kept.size() - 1}) {
+         {std::size_t{0}, std::size_t{10}, std::size_t{30}, std::size_t{40}, kept.size() / 2, kept.size() - 1}) {
         damaged.push_back(kept);
         damaged.back()[at] = static_cast<char>(damaged.back()[at] ^ 1);
     }
@@ -116,7 +116,6 @@ TEST_F(Cache, RecoversFromADamagedFile) {
         EXPECT_THAT(start.remarks, ElementsAre(StartsWith("2 optimised network kept in ")));
         EXPECT_EQ(start.mask, first.mask);
         EXPECT_THAT(folder.Files(), ElementsAre(file));
-        EXPECT_EQ(ReadText(file).size(), kept.size());
         EXPECT_THAT(StartWith(folder.Path()).remarks, ElementsAre(StartsWith("2 optimised network taken")));
     }
 }

@@ -111,11 +111,14 @@ TEST(Creation, NamesARuntimeThatCannotBeLoadedAndTriesAgainTheNextTime) {
 }
 
 TEST(Creation, RefusesALibraryThatIsAnotherOne) {
-    TemporaryFolder folder;
-    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", folder.Path() / "hvq.dll");
-    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", folder.Path() / standin::RuntimeFileName());
-    // It stays loaded, so on Windows its file can't be removed: the folder stays behind there.
-    const HvqLibrary hvq(folder.Path() / "hvq.dll");
+    // What was loaded as the runtime stays loaded, and Windows then keeps its file: so this is no temporary folder.
+    const std::filesystem::path folder = ProgramFolder() / "another-runtime";
+    std::filesystem::create_directories(folder);
+    for (const char* const name : {"hvq.dll", standin::RuntimeFileName()}) {
+        std::filesystem::copy_file(ProgramFolder() / "hvq.dll", folder / name,
+                                   std::filesystem::copy_options::overwrite_existing);
+    }
+    const HvqLibrary hvq(folder / "hvq.dll");
 
     EXPECT_EQ(hvq.hvqCreate(), nullptr);
 

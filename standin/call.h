@@ -59,14 +59,14 @@ inline std::int32_t Count(std::size_t count) {
 
 // Writes exactly the chars of `text`, no terminator.
 inline void CopyOut(std::string_view text, char* buffer) {
-    std::memcpy(Needed(buffer, "buffer"), text.data(), text.size());
+    (void)text.copy(Needed(buffer, "buffer"), text.size());
 }
 
 // Serves those of a pair of pointers that aren't null.
 template <typename Length>
 void CopyOut(std::string_view text, Length* length, char* buffer) {
     if (length != nullptr) *length = static_cast<Length>(text.size());
-    if (buffer != nullptr) std::memcpy(buffer, text.data(), text.size());
+    if (buffer != nullptr) (void)text.copy(buffer, text.size());
 }
 
 // The entry of a list. `what` is a list's name in the text.

@@ -1,6 +1,7 @@
 #include "call_text.h"
 
 #include <string_view>
+#include <type_traits>
 
 namespace hvq_double {
 namespace {
@@ -40,14 +41,20 @@ void AppendUtf8(std::string& bytes, std::uint32_t point) {
     }
 }
 
+std::uint32_t Unit(wchar_t wide) {
+    return static_cast<std::make_unsigned_t<wchar_t>>(wide);
+}
+
 std::string ToUtf8(const wchar_t* text) {
     std::string bytes;
     for (; *text != L'\0'; ++text) {
-        auto point = static_cast<std::uint32_t>(*text);
-        const auto next = static_cast<std::uint32_t>(text[1]);
-        if (sizeof(wchar_t) == 2 && point >= 0xD800 && point < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
-            point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);
-            ++text;
+        std::uint32_t point = Unit(*text);
+        if constexpr (sizeof(wchar_t) == 2) {
+            const std::uint32_t next = Unit(text[1]);
+            if (point >= 0xD800 && point < 0xDC00 && next >= 0xDC00 && next < 0xE000) {
+                point = 0x10000 + ((point - 0xD800) << 10) + (next - 0xDC00);
+                ++text;
+            }
         }
         AppendUtf8(bytes, point);
     }

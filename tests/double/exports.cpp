@@ -12,7 +12,6 @@
 
 namespace {
 
-using hvq_double::Engine;
 using hvq_double::EngineOffer;
 using hvq_double::Function;
 using hvq_double::LayerOffer;

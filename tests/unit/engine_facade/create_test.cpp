@@ -9,7 +9,6 @@ namespace facade_tests {
 namespace {
 
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::IsEmpty;
 using testing::StartsWith;
 

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,10 @@ struct ListCase {
     std::string arguments;  // between engine and index
     std::function<List(Facade&)> fetch;
 };
+
+void PrintTo(const ListCase& list, std::ostream* out) {
+    *out << list.name;
+}
 
 class EngineLists : public testing::TestWithParam<ListCase> {};
 

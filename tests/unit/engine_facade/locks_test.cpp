@@ -1,6 +1,7 @@
 #include <chrono>
 #include <exception>
 #include <functional>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -12,8 +13,6 @@
 namespace facade_tests {
 namespace {
 
-using hvq::inference::PluginEngine;
-
 constexpr char kScript[] = "models OpenVINO m\nlayer input in 1 2";
 
 // An operation, and the library's function in which it is held up.
@@ -22,6 +21,10 @@ struct HeldCase {
     std::string gatedCall;  // function, and which of its calls from now
     std::function<void(Facade&)> act;
 };
+
+void PrintTo(const HeldCase& held, std::ostream* out) {
+    *out << held.name;
+}
 
 std::string NameOf(const testing::TestParamInfo<HeldCase>& info) {
     return info.param.name;

@@ -19,13 +19,13 @@ struct Which {
     bool Holds(std::uint64_t call) const;
 };
 
-enum class Effect { Fail, Null, Answer, Delay, Gate };
+enum class Effect { Fail, Null, Answer, Delay, Gate, Exit };
 
 struct Rule {
     Effect effect = Effect::Fail;
     Which which;
     std::string text;         // of Fail: the pending text. Of Gate: its name
-    std::int64_t number = 0;  // of Answer: the result. Of Delay: milliseconds
+    std::int64_t number = 0;  // of Answer: the result. Of Delay: milliseconds. Of Exit: the code
 };
 
 struct Property {

@@ -153,12 +153,16 @@ class Runner {
 
     void Run(Words words) {
         static const std::map<std::string, void (Runner::*)(Words&)> kCommands = {
-            {"version", &Runner::Version},       {"engines", &Runner::Engines}, {"devices", &Runner::Devices},
-            {"models", &Runner::Models},         {"layer", &Runner::Layer},     {"properties", &Runner::Properties},
-            {"no-layer", &Runner::NoLayer},      {"no-data", &Runner::NoData},  {"fill", &Runner::FillLayer},
-            {"current-device", &Runner::Device}, {"fail", &Runner::Fail},       {"null", &Runner::Null},
-            {"answer", &Runner::Answer},         {"delay", &Runner::Delay},     {"gate", &Runner::Gate},
-            {"forget", &Runner::Forget},         {"quiet", &Runner::Quiet},     {"record", &Runner::Record}};
+            {"version", &Runner::Version},  {"engines", &Runner::Engines},
+            {"devices", &Runner::Devices},  {"models", &Runner::Models},
+            {"layer", &Runner::Layer},      {"properties", &Runner::Properties},
+            {"no-layer", &Runner::NoLayer}, {"no-data", &Runner::NoData},
+            {"fill", &Runner::FillLayer},   {"current-device", &Runner::Device},
+            {"fail", &Runner::Fail},        {"null", &Runner::Null},
+            {"answer", &Runner::Answer},    {"delay", &Runner::Delay},
+            {"gate", &Runner::Gate},        {"exit", &Runner::Exit},
+            {"forget", &Runner::Forget},    {"quiet", &Runner::Quiet},
+            {"record", &Runner::Record}};
         if (!words.HasMore()) return;
         const auto command = kCommands.find(words.Text());
         if (command == kCommands.end()) throw BadLine();
@@ -250,6 +254,11 @@ class Runner {
 
     void Answer(Words& words) {
         Rule& rule = AddRule(Effect::Answer, words);
+        rule.number = words.Number();
+    }
+
+    void Exit(Words& words) {
+        Rule& rule = AddRule(Effect::Exit, words);
         rule.number = words.Number();
     }
 

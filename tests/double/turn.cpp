@@ -1,6 +1,7 @@
 #include "turn.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <thread>
 
@@ -29,6 +30,8 @@ void Turn::HoldUp() {
         if (rules[index].effect == Effect::Gate) {
             const std::string name = rules[index].text;
             m_library.WaitAtGate(m_lock, name);
+        } else if (rules[index].effect == Effect::Exit) {
+            std::_Exit(static_cast<int>(rules[index].number));  // at once, as a crash would
         } else if (rules[index].effect == Effect::Delay) {
             const std::chrono::milliseconds delay(rules[index].number);
             m_lock.unlock();

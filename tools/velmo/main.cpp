@@ -1,10 +1,39 @@
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <iostream>
+#include <optional>
 #include <string>
 
+#include "platform/child_process.h"
 #include "platform/kernel_objects.h"
+#include "platform/module_files.h"
 #include "platform/process_setup.h"
+#include "velmo_tool/check/watched_check.h"
+#include "velmo_tool/check_engine.h"
 #include "velmo_tool/inspect.h"
+#include "velmo_tool/path_text.h"
+
+namespace {
+
+int RunInspect(const std::string& id) {
+    return velmo_tool::Inspect(id, platform::SystemKernelObjects(), std::cout, std::cerr);
+}
+
+// The texts of the request come as the command line has them.
+int RunCheckEngine(velmo_tool::CheckEngineOptions options) {
+    static const int kHere = 0;
+    const std::optional<std::string> program = platform::SystemModuleFiles().FileOf(&kHere);
+    if (!program) {
+        std::cerr << "velmo: can't find its own file, to start itself again\n";
+        return 1;
+    }
+    options.program = *program;
+    options.request.libraryPath = velmo_tool::Utf8FromArgument(options.request.libraryPath);
+    options.request.modelPath = velmo_tool::Utf8FromArgument(options.request.modelPath);
+    return velmo_tool::CheckEngine(options, platform::SystemChildProcesses(), std::cout, std::cerr);
+}
+
+}  // namespace
 
 int main(int argc, char** argv) {
     platform::PrepareProcess();
@@ -20,6 +49,37 @@ int main(int argc, char** argv) {
         "receiver can leave the newest one in the list.\n"
         "Exit code: 0; 1 when no channel of that id is there; 2 when a channel is damaged.");
 
+    velmo_tool::CheckEngineOptions check;
+    std::uint32_t timeoutSeconds = 60;
+    bool json = false;
+    bool inProcess = false;
+    CLI::App* const checkEngine = app.add_subcommand(
+        "check-engine", "Load an inference library and show what holds of that which the process needs of it.");
+    checkEngine->add_option("PATH", check.request.libraryPath, "The library, such as bin/hvq.dll")->required();
+    checkEngine->add_option("--model", check.request.modelPath,
+                            "Also register, create and run the network in this file");
+    checkEngine->add_option("--engine", check.request.engineName, "The engine to ask for")->capture_default_str();
+    checkEngine->add_option("--device", check.request.deviceName, "The device to run the network on")
+        ->capture_default_str();
+    checkEngine->add_option("--timeout", timeoutSeconds, "Seconds until a library that hangs is given up")
+        ->capture_default_str()
+        ->check(CLI::Range(1u, 86'400u));
+    checkEngine->add_flag("--json", json, "Print one JSON object instead of the table");
+    checkEngine->add_flag("--in-process", inProcess,
+                          "Load the library into this process, for a debugger: a library that crashes ends it");
+    checkEngine->footer(
+        "The library is loaded into a child process, so one that crashes or hangs is reported as well. What\n"
+        "it writes to its standard streams goes to standard error.\n"
+        "\"FAILS\" is a point that the process needs, \"lacks\" one that it can do without.\n"
+        "Exit code: 0 when all required points hold; 2 when one fails; 1 when nothing could be looked at.");
+
+    CLI::App* const worker = app.add_subcommand(velmo_tool::kCheckWorkerCommand)->group("");
+
     CLI11_PARSE(app, argc, argv);
-    return velmo_tool::Inspect(id, platform::SystemKernelObjects(), std::cout, std::cerr);
+    if (*worker) return velmo_tool::RunCheckWorker();
+    if (*inspect) return RunInspect(id);
+    check.timeoutMs = timeoutSeconds * 1000;
+    if (json) check.form = velmo_tool::ReportForm::Json;
+    if (inProcess) check.place = velmo_tool::CheckPlace::ThisProcess;
+    return RunCheckEngine(check);
 }

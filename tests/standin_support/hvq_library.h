@@ -23,6 +23,7 @@ class HvqLibrary {
     HvqLibrary(const HvqLibrary&) = delete;
     HvqLibrary& operator=(const HvqLibrary&) = delete;
 
+    // NOLINTNEXTLINE(bugprone-macro-parentheses): a name that is declared takes none
 #define HVQ_FIELD(name) decltype(&::name) name = nullptr;
     HVQ_NAMES(HVQ_FIELD)
 #undef HVQ_FIELD

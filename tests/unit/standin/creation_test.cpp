@@ -22,6 +22,12 @@ std::string CreationError(const HvqLibrary& hvq) {
     return text;
 }
 
+// By hand, since copying over a file fails on Windows with some standard libraries, whatever is asked for.
+void CopyLibrary(const std::filesystem::path& to) {
+    std::filesystem::remove(to);
+    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", to);
+}
+
 TEST(Creation, SucceedsBothWays) {
     const HvqLibrary& hvq = Library();
     HvqEngine first = hvq.hvqCreate();
@@ -78,7 +84,7 @@ TEST(Creation, FailsForTheCallingThreadAlone) {
 
 TEST(Creation, NamesTheMissingRuntimeAndWhereItWasLookedFor) {
     TemporaryFolder folder;
-    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", folder.Path() / "hvq.dll");
+    CopyLibrary(folder.Path() / "hvq.dll");
     {
         const HvqLibrary hvq(folder.Path() / "hvq.dll");
 
@@ -94,7 +100,7 @@ TEST(Creation, NamesTheMissingRuntimeAndWhereItWasLookedFor) {
 TEST(Creation, NamesARuntimeThatCannotBeLoadedAndTriesAgainTheNextTime) {
     TemporaryFolder folder;
     const std::filesystem::path runtime = folder.Path() / standin::RuntimeFileName();
-    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", folder.Path() / "hvq.dll");
+    CopyLibrary(folder.Path() / "hvq.dll");
     WriteText(runtime, "not a library");
     {
         const HvqLibrary hvq(folder.Path() / "hvq.dll");
@@ -115,8 +121,7 @@ TEST(Creation, RefusesALibraryThatIsAnotherOne) {
     const std::filesystem::path folder = ProgramFolder() / "another-runtime";
     std::filesystem::create_directories(folder);
     for (const char* const name : {"hvq.dll", standin::RuntimeFileName()}) {
-        std::filesystem::copy_file(ProgramFolder() / "hvq.dll", folder / name,
-                                   std::filesystem::copy_options::overwrite_existing);
+        CopyLibrary(folder / name);
     }
     const HvqLibrary hvq(folder / "hvq.dll");
 
@@ -127,7 +132,7 @@ TEST(Creation, RefusesALibraryThatIsAnotherOne) {
 
 TEST(Unloading, LeavesNothingOfTheLibraryAndItWorksAgainAfterwards) {
     const std::filesystem::path copy = ProgramFolder() / "hvq-unloading.dll";  // beside the runtime; nobody else has it
-    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", copy, std::filesystem::copy_options::overwrite_existing);
+    CopyLibrary(copy);
     for (int round = 0; round < 3; ++round) {
         const void* inside = nullptr;
         {
@@ -150,7 +155,7 @@ TEST(Unloading, LeavesNothingOfTheLibraryAndItWorksAgainAfterwards) {
 TEST(Unloading, WorksOnAThreadThatSawAFailedCreation) {
     const support::Watchdog watchdog;
     const std::filesystem::path copy = ProgramFolder() / "hvq-thread.dll";
-    std::filesystem::copy_file(ProgramFolder() / "hvq.dll", copy, std::filesystem::copy_options::overwrite_existing);
+    CopyLibrary(copy);
     std::thread([&copy] {
         const HvqLibrary hvq(copy);
         int loader = 0;

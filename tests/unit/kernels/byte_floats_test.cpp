@@ -118,7 +118,7 @@ std::vector<std::size_t> Lengths() {
     for (std::size_t length = 0; length <= 200; ++length) {
         lengths.push_back(length);
     }
-    lengths.insert(lengths.end(), {1023, 4095, 4097, 36864, 36865});
+    lengths.insert(lengths.end(), {1023, 1024, 1025, 1055, 2049, 4097, 36864, 36865});
     return lengths;
 }
 

@@ -239,7 +239,7 @@ class CountChangedPixelsBy : public testing::TestWithParam<const Kernels*> {};
 
 TEST_P(CountChangedPixelsBy, HoldsToTheThresholdForEveryDifferenceOfEveryPlane) {
     // A pixel for each pair of bytes in one plane, with a fixed difference in the others.
-    constexpr std::size_t kPixels = 256 * 256;
+    constexpr std::size_t kPixels = std::size_t{256} * 256;
     for (std::size_t plane = 0; plane < 3; ++plane) {
         for (const int other : {0, 7, 15, 16, 200, 255}) {
             std::vector<std::uint8_t> current(3 * kPixels, 0);

@@ -22,6 +22,11 @@ using kernels::PlainKernels;
 
 constexpr std::uint8_t kUnmarked = 7;  // what the maps hold before; anything but 1 shows what is written
 
+// Where a pixel stands in a mask or map of so many columns.
+std::size_t Index(int x, int y, int width) {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
+}
+
 struct Result {
     std::uint32_t count = 99;
     std::vector<std::uint8_t> map;
@@ -45,11 +50,11 @@ Result Defined(int width, int height, const std::vector<std::uint8_t>& mask) {
             bool background = false;
             for (int v = std::max(y - 2, 0); v <= std::min(y + 2, height - 1); ++v) {
                 for (int u = std::max(x - 2, 0); u <= std::min(x + 2, width - 1); ++u) {
-                    (mask[static_cast<std::size_t>(v * width + u)] > 128 ? foreground : background) = true;
+                    (mask[Index(u, v, width)] > 128 ? foreground : background) = true;
                 }
             }
             if (foreground && background) {
-                result.map[static_cast<std::size_t>(y * width + x)] = 1;
+                result.map[Index(x, y, width)] = 1;
                 ++result.count;
             }
         }
@@ -82,7 +87,7 @@ constexpr int kMaskKinds = 9;
 // Masks of many kinds: noise of some densities, blobs, stripes, empty, full, and single pixels.
 std::vector<std::uint8_t> MakeMask(int kind, int width, int height, std::mt19937& random) {
     const std::size_t pixels = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
-    const auto at = [&](int x, int y) { return static_cast<std::size_t>(y * width + x); };
+    const auto at = [&](int x, int y) { return Index(x, y, width); };
     const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<unsigned int>(limit)); };
     std::vector<std::uint8_t> mask(pixels, 0);
     switch (kind) {
@@ -109,7 +114,7 @@ std::vector<std::uint8_t> MakeMask(int kind, int width, int height, std::mt19937
                 const int bottom = top + 1 + below(height - top);
                 const std::uint8_t byte = random() % 3 == 0 ? 0 : 255;
                 for (int y = top; y < bottom; ++y) {
-                    std::fill(mask.begin() + y * width + left, mask.begin() + y * width + right, byte);
+                    std::fill_n(mask.data() + at(left, y), right - left, byte);
                 }
             }
             break;
@@ -237,15 +242,15 @@ TEST_P(BuildEdgeMapBy, MarksASinglePixelsWindowAcrossTheBoundariesOfWordsAndTile
     constexpr int kHeight = 100;
     for (const int x : {0, 1, 62, 63, 64, 65, 66, 1021, 1022, 1023, 1024, 1025, 1026, 2047, 2048, 2198, 2199}) {
         for (const int y : {0, 1, 2, 29, 30, 31, 32, 33, 34, 63, 64, 96, 98, 99}) {
-            std::vector<std::uint8_t> mask(kWidth * kHeight, 0);
-            mask[static_cast<std::size_t>(y * kWidth + x)] = 255;
+            std::vector<std::uint8_t> mask(Index(0, kHeight, kWidth), 0);
+            mask[Index(x, y, kWidth)] = 255;
 
             const Result result = Build(GetParam(), kWidth, kHeight, mask);
 
             std::uint32_t expected = 0;
             for (int v = std::max(0, y - 2); v <= std::min(kHeight - 1, y + 2); ++v) {
                 for (int u = std::max(0, x - 2); u <= std::min(kWidth - 1, x + 2); ++u) {
-                    ASSERT_EQ(result.map[static_cast<std::size_t>(v * kWidth + u)], 1) << x << ", " << y;
+                    ASSERT_EQ(result.map[Index(u, v, kWidth)], 1) << x << ", " << y;
                     ++expected;
                 }
             }

@@ -13,7 +13,7 @@ namespace {
 class FastKernelsAllocations : public testing::TestWithParam<const Kernels*> {};
 
 TEST_P(FastKernelsAllocations, AreNoneInAnyFunction) {
-    constexpr std::size_t kPixels = 640 * 360;
+    constexpr std::size_t kPixels = std::size_t{640} * 360;
     std::vector<std::uint8_t> mask(kPixels, 0);
     for (std::size_t i = 0; i < kPixels; i += 97) {
         mask[i] = 255;
@@ -29,7 +29,7 @@ TEST_P(FastKernelsAllocations, AreNoneInAnyFunction) {
     GetParam()->buildEdgeMap(640, 360, mask.data(), count, map.data());
     std::int32_t skipCount = 0;
     std::int32_t permille = 0;
-    DetectContentChange(*GetParam(), kPixels, frame.data(), reference.data(), map.data(),
+    DetectContentChange(*GetParam(), 640 * 360, frame.data(), reference.data(), map.data(),
                         static_cast<std::int32_t>(count), skipCount, 2, &permille);
     GetParam()->widenBytes(frame.data(), frame.size(), floats.data());
     GetParam()->convertMask(floats.data(), kPixels, mask.data());

@@ -20,7 +20,8 @@ using NeverCalled = platform::SymbolAddress;
 //
 // Texts are zero-terminated. The library allocates nothing for its caller: a text is asked for its length, without
 // terminator, and then written to the caller's buffer. No result tells of a failure: the library keeps a pending text
-// for each engine, which hvqHasException asks for. Of hvqHasException the engine may be null.
+// for each engine, which hvqHasException asks for. The engine may be null for it, for the three functions about the
+// text, which are then about the latest creation on the thread, and for hvqDestory.
 struct FunctionHandle {
     // Declared first, so it goes last: the library stays loaded while anybody can call it.
     std::shared_ptr<util::SharedLibraryHandle_t> shared_library_handle_object;

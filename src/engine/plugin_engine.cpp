@@ -144,7 +144,7 @@ bool PluginEngine::HasInnerModel(const std::string& modelId, const std::string& 
 void PluginEngine::RegisterModel(const std::string& modelId, const std::string& modelLibPath) {
     if (!HasEngine()) throw std::runtime_error("Please use hvq library path create dynamic load handle!");
     if (modelLibPath.empty()) throw std::runtime_error("model_lib_path argument is a empty string. please check!");
-    if (!util::FileExists(modelLibPath)) throw std::runtime_error(modelLibPath + " not exists.");
+    if (!util::FileExists(modelLibPath, m_seams)) throw std::runtime_error(modelLibPath + " not exists.");
     if (HasInnerModel(modelId, "")) {
         throw std::runtime_error("Model id[" + modelId + "] is existed! Please use another one.");
     }

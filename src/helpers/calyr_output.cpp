@@ -29,23 +29,22 @@ RvoCalyrOutput::RvoCalyrOutput(const calyr_ipc::IpcFrameHeader& frameHeader)
 
 void RvoCalyrOutput::CopyToIpcRecord(calyr_ipc::OutputSlot& slot) const {
     using Record = calyr_ipc::RvoCalyrIpcOutput;
-    BeginRecord(slot);
-    auto& record = slot.As<Record>();
-    record.status = status;
-    if (IsDeliverable()) {
-        // In the order in which the fields lie.
-        record.header = header;
-        CopyAndZeroRest(record.mask, mask.get(), maskLength);
-        CopyFloats(record.gesture, *gesture);
-        record.maskLength = maskLength;
-        CopyFloats(record.landmarks, *landmarks);
-        record.motion = motion;
-        CopyFloats(record.lutVertices, *lutVertices);
-        CopyFloats(record.lut, *lut);
-    } else {
-        ZeroBytes(record, offsetof(Record, header), offsetof(Record, padding1490988));
-    }
-    EndRecord<Record>(slot);
+    WriteRecord<Record>(slot, [this](Record& record) {
+        record.status = status;
+        if (IsDeliverable()) {
+            // In the order in which the fields lie.
+            record.header = header;
+            CopyAndZeroRest(record.mask, mask.get(), maskLength);
+            CopyFloats(record.gesture, *gesture);
+            record.maskLength = maskLength;
+            CopyFloats(record.landmarks, *landmarks);
+            record.motion = motion;
+            CopyFloats(record.lutVertices, *lutVertices);
+            CopyFloats(record.lut, *lut);
+        } else {
+            ZeroBytes(record, offsetof(Record, header), offsetof(Record, padding1490988));
+        }
+    });
 }
 
 }  // namespace rvo_calyr

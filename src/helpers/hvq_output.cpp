@@ -31,17 +31,16 @@ RvoHvqOutput::RvoHvqOutput(const calyr_ipc::IpcFrameHeader& frameHeader)
 
 void RvoHvqOutput::CopyToIpcRecord(calyr_ipc::OutputSlot& slot) const {
     using Record = calyr_ipc::RvoInhouseIpcOutput;
-    BeginRecord(slot);
-    auto& record = slot.As<Record>();
-    record.status = status;
-    if (IsDeliverable()) {
-        record.header = header;
-        CopyAndZeroRest(record.mask, mask.get(), maskLength);
-        record.maskLength = maskLength;
-    } else {
-        ZeroBytes(record, offsetof(Record, header), offsetof(Record, padding230444));
-    }
-    EndRecord<Record>(slot);
+    WriteRecord<Record>(slot, [this](Record& record) {
+        record.status = status;
+        if (IsDeliverable()) {
+            record.header = header;
+            CopyAndZeroRest(record.mask, mask.get(), maskLength);
+            record.maskLength = maskLength;
+        } else {
+            ZeroBytes(record, offsetof(Record, header), offsetof(Record, padding230444));
+        }
+    });
 }
 
 }  // namespace rvo_calyr

@@ -10,17 +10,16 @@
 // How a record is written into its slot: once per byte, since the largest has 1.5 MB and goes out with every frame.
 namespace rvo_calyr {
 
-// Says that the slot holds no record while one is written. An exchange, because a compiler may leave out a plain store
-// that is followed by another, and may move what comes next in front of it.
-template <class... Records>
-void BeginRecord(calyr_ipc::VariantSlot<Records...>& slot) {
-    (void)std::atomic_ref<std::int8_t>(slot.index).exchange(calyr_ipc::kNoAlternative);
-}
-
-// Says that the slot holds a whole `Record`.
-template <class Record, class... Records>
-void EndRecord(calyr_ipc::VariantSlot<Records...>& slot) {
-    std::atomic_ref<std::int8_t>(slot.index).store(calyr_ipc::VariantSlot<Records...>::template IndexOf<Record>());
+// Has `write(Record&)` write a record into the slot, which says meanwhile that it holds none, and behind it that it
+// holds a whole one.
+template <class Record, class... Records, class Write>
+void WriteRecord(calyr_ipc::VariantSlot<Records...>& slot, const Write& write) {
+    const std::atomic_ref<std::int8_t> index(slot.index);
+    // An exchange, because a compiler may leave out a plain store that is followed by another, and may move what comes
+    // next in front of it.
+    (void)index.exchange(calyr_ipc::kNoAlternative);
+    write(slot.template As<Record>());
+    index.store(calyr_ipc::VariantSlot<Records...>::template IndexOf<Record>());
 }
 
 // Fills a field with `count` bytes from `bytes` and zeros behind them. `count` is at most the field's size; `bytes`

@@ -3,7 +3,8 @@
 #include <cstdint>
 
 // The numbers that a helper's operations answer with. They are bare numbers on the wire too: as the result of an Init
-// and, signed, as the status of a frame's record.
+// and, signed, as the status of a frame's record. There only 0, 2 and 4 occur: 3 and 7 are what Infer answers, which no
+// record tells, and leave the output's own status as it was.
 namespace rvo_calyr {
 
 inline constexpr std::uint32_t kStatusSuccess = 0;          // also when Init had nothing to do

@@ -15,13 +15,16 @@ class FileView {
  public:
     virtual ~FileView() = default;
 
-    // In bytes. Nothing on failure.
+    // In bytes, as it was when this was first asked. Nothing on failure.
     virtual std::optional<std::uint64_t> Size() = 0;
 
-    // Prepares the whole file to be mapped, read-only. False on failure, and for an empty file.
+    // Prepares the whole file to be mapped, read-only. False on failure, for an empty file, and on Linux for one above
+    // 1 GiB.
     virtual bool CreateMapping() = 0;
 
-    // The whole file, after CreateMapping. Null on failure, and before it.
+    // The whole file, Size() bytes, after CreateMapping; valid as long as this object and until the next call. Null on
+    // failure, and before it. On Linux it is a copy, since nobody is kept from changing the file there: null when the
+    // file has become shorter. May throw std::bad_alloc.
     virtual const std::byte* Map() = 0;
 };
 

@@ -288,7 +288,7 @@ void hvqGetEngineMutableProperties(void* engine, std::int32_t* countOut, std::in
     const EngineOffer* const offer = OfferOf(turn, engineName);
     if (offer == nullptr) return;
     if (countOut != nullptr) {
-        *countOut = turn.Answer(static_cast<std::int32_t>(offer->properties.size()));
+        turn.Write(countOut, 0, static_cast<std::int32_t>(offer->properties.size()));
         return;
     }
     if (index < 0 || static_cast<std::size_t>(index) >= offer->properties.size()) {
@@ -296,8 +296,8 @@ void hvqGetEngineMutableProperties(void* engine, std::int32_t* countOut, std::in
         return;
     }
     const Property& property = offer->properties[static_cast<std::size_t>(index)];
-    if (nameLengthOut != nullptr) *nameLengthOut = turn.Answer(Length(property.name));
-    if (typeLengthOut != nullptr) *typeLengthOut = Length(property.type);
+    turn.Write(nameLengthOut, 0, Length(property.name));
+    turn.Write(typeLengthOut, 1, Length(property.type));
     CopyTo(name, property.name);
     CopyTo(type, property.type);
 }

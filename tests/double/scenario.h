@@ -25,7 +25,9 @@ struct Rule {
     Effect effect = Effect::Fail;
     Which which;
     std::string text;         // of Fail: the pending text. Of Gate: its name
-    std::int64_t number = 0;  // of Answer: the result. Of Delay: milliseconds. Of Exit: the code
+    std::int64_t number = 0;  // of Delay: milliseconds. Of Exit: the code
+    // Of Answer: the results, in the order in which the function has them. Nothing for one that is left unwritten.
+    std::vector<std::optional<std::int64_t>> answers;
 };
 
 struct Property {

@@ -254,7 +254,11 @@ class Runner {
 
     void Answer(Words& words) {
         Rule& rule = AddRule(Effect::Answer, words);
-        rule.number = words.Number();
+        do {
+            const std::string word = words.Text();
+            const bool isWritten = word != "unwritten";
+            rule.answers.push_back(isWritten ? std::optional(Words::ToNumber(word)) : std::nullopt);
+        } while (words.HasMore());
     }
 
     void Exit(Words& words) {

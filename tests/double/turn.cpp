@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <memory>
+#include <optional>
 #include <thread>
 
 namespace hvq_double {
@@ -54,18 +55,32 @@ void Turn::Decide(const void* engine) {
     }
 }
 
-std::int32_t Turn::Answer(std::int32_t own) const {
+const Rule* Turn::AnswerRule() const {
     for (const Rule& rule : m_library.m_scenario.rules[m_function]) {
-        if (rule.effect == Effect::Answer && rule.which.Holds(m_call)) return static_cast<std::int32_t>(rule.number);
+        if (rule.effect == Effect::Answer && rule.which.Holds(m_call)) return &rule;
     }
-    return own;
+    return nullptr;
+}
+
+std::int32_t Turn::Answer(std::int32_t own) const {
+    const Rule* const rule = AnswerRule();
+    return rule == nullptr ? own : static_cast<std::int32_t>(rule->answers.front().value_or(own));
 }
 
 std::uint64_t Turn::Answer(std::uint64_t own) const {
-    for (const Rule& rule : m_library.m_scenario.rules[m_function]) {
-        if (rule.effect == Effect::Answer && rule.which.Holds(m_call)) return static_cast<std::uint64_t>(rule.number);
+    const Rule* const rule = AnswerRule();
+    if (rule == nullptr || !rule->answers.front()) return own;
+    return static_cast<std::uint64_t>(*rule->answers.front());
+}
+
+void Turn::Write(std::int32_t* result, std::size_t position, std::int32_t own) const {
+    if (result == nullptr) return;
+    const Rule* const rule = AnswerRule();
+    if (rule == nullptr || position >= rule->answers.size()) {
+        *result = own;
+    } else if (const std::optional<std::int64_t>& answer = rule->answers[position]) {
+        *result = static_cast<std::int32_t>(*answer);
     }
-    return own;
 }
 
 void Turn::Complain(const std::string& text) {

@@ -41,6 +41,10 @@ class Turn {
     std::int32_t Answer(std::int32_t own) const;
     std::uint64_t Answer(std::uint64_t own) const;
 
+    // Writes `own`, or what the script wants instead as the result at `position`; or nothing, if that is what it wants.
+    // `result` may be null.
+    void Write(std::int32_t* result, std::size_t position, std::int32_t own) const;
+
     // Makes `text` pending: for the engine, unless a text is pending already; or for this thread's creations when there
     // is no engine.
     void Complain(const std::string& text);
@@ -70,6 +74,8 @@ class Turn {
     explicit Turn(Function function);
     std::string BeginText(const void* engine) const;
     void HoldUp();
+    // The script's answer to this call; null when there is none.
+    const Rule* AnswerRule() const;
     void Decide(const void* engine);
 
     Library& m_library;

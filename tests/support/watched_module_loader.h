@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <set>
 #include <string>
 #include <utility>
@@ -22,6 +23,9 @@ class WatchedModuleLoader final : public platform::ModuleLoader {
     void RefuseNarrowLoads() { m_refusesNarrow = true; }
     // This name can't be found any more, in any library.
     void Hide(std::string name) { m_hidden.insert(std::move(name)); }
+
+    // The machine seems to be one of this architecture from now on.
+    void SetNativeArchitecture(std::uint16_t architecture) { m_architecture = architecture; }
 
     // Called before each Unload, with nothing locked.
     void BeforeUnload(std::function<void()> happens) { m_beforeUnload = std::move(happens); }
@@ -72,7 +76,7 @@ class WatchedModuleLoader final : public platform::ModuleLoader {
     }
 
     bool CurrentDirectory(char* buffer, int capacity) override { return m_system.CurrentDirectory(buffer, capacity); }
-    std::uint16_t NativeArchitecture() override { return m_system.NativeArchitecture(); }
+    std::uint16_t NativeArchitecture() override { return m_architecture.value_or(m_system.NativeArchitecture()); }
     std::uint32_t LastError() const override { return m_system.LastError(); }
     void SetLastError(std::uint32_t error) override { m_system.SetLastError(error); }
 
@@ -85,6 +89,7 @@ class WatchedModuleLoader final : public platform::ModuleLoader {
     platform::ModuleLoader& m_system = platform::SystemModuleLoader();
     bool m_refusesNarrow = false;
     std::set<std::string> m_hidden;
+    std::optional<std::uint16_t> m_architecture;
     std::function<void()> m_beforeUnload;
     mutable std::mutex m_mutex;
     std::vector<std::string> m_loads;

@@ -22,7 +22,7 @@ namespace {
 constexpr std::uint32_t kFloatOne = 0x3F800000;
 constexpr std::uint32_t kFloatMinusTwo = 0xC0000000;
 
-// Every status that a record may carry but 0.
+// Some values other than 0.
 constexpr std::int32_t kFailures[] = {2, 3, 4, 7, -1};
 
 void PutHeader(ByteImage& bytes, std::size_t at, std::uint32_t width, std::uint32_t height) {

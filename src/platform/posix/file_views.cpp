@@ -1,11 +1,14 @@
 #include "platform/file_views.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <memory>
+#include <optional>
 #include <system_error>
 #include <utility>
 
@@ -17,44 +20,55 @@ namespace {
 
 using posix::UniqueDescriptor;
 
-class MappedFile final : public FileView {
- public:
-    explicit MappedFile(UniqueDescriptor file) : m_file(std::move(file)) {}
-    MappedFile(const MappedFile&) = delete;
-    MappedFile& operator=(const MappedFile&) = delete;
-    ~MappedFile() override { Unmap(); }
+// The largest file that is shown: a view of it is memory of this process, and no library comes near.
+constexpr std::uint64_t kLargestFile = std::uint64_t{1} << 30;
 
+// False when the file ends before that.
+bool ReadFromStart(int file, std::byte* buffer, std::size_t bytes) {
+    std::size_t done = 0;
+    while (done < bytes) {
+        const ssize_t count = ::pread(file, buffer + done, bytes - done, static_cast<off_t>(done));
+        if (count == -1 && errno == EINTR) continue;
+        if (count <= 0) return false;
+        done += static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+// A file whose view is a copy. Nobody is kept from cutting a file short here, and in a mapping whoever reads behind the
+// new end dies of SIGBUS.
+class CopiedFile final : public FileView {
+ public:
+    explicit CopiedFile(UniqueDescriptor file) : m_file(std::move(file)) {}
+
+    // Asked of the system once, so that the view is never shorter than what was told.
     std::optional<std::uint64_t> Size() override {
         struct stat facts {};
-        if (::fstat(m_file.Get(), &facts) == -1) return std::nullopt;
-        return static_cast<std::uint64_t>(facts.st_size);
+        if (!m_size && ::fstat(m_file.Get(), &facts) == 0) m_size = static_cast<std::uint64_t>(facts.st_size);
+        return m_size;
     }
 
-    // Nothing to be done ahead here, but the size is settled, as a mapping's is.
     bool CreateMapping() override {
-        Unmap();
-        m_bytes = static_cast<std::size_t>(Size().value_or(0));
-        return m_bytes != 0;
+        const std::uint64_t bytes = Size().value_or(0);
+        m_isReady = bytes > 0 && bytes <= kLargestFile;
+        return m_isReady;
     }
 
     const std::byte* Map() override {
-        Unmap();
-        if (m_bytes == 0) return nullptr;
-        void* const view = ::mmap(nullptr, m_bytes, PROT_READ, MAP_PRIVATE, m_file.Get(), 0);
-        if (view == MAP_FAILED) return nullptr;
-        m_view = view;
-        return static_cast<const std::byte*>(m_view);
+        m_view.reset();
+        if (!m_isReady) return nullptr;
+        const auto bytes = static_cast<std::size_t>(*m_size);
+        auto view = std::make_unique_for_overwrite<std::byte[]>(bytes);
+        if (!ReadFromStart(m_file.Get(), view.get(), bytes)) return nullptr;
+        m_view = std::move(view);
+        return m_view.get();
     }
 
  private:
-    void Unmap() {
-        if (m_view != nullptr) ::munmap(m_view, m_bytes);
-        m_view = nullptr;
-    }
-
     UniqueDescriptor m_file;
-    std::size_t m_bytes = 0;  // of the mapping; 0 until there is one
-    void* m_view = nullptr;
+    std::optional<std::uint64_t> m_size;
+    bool m_isReady = false;
+    std::unique_ptr<std::byte[]> m_view;
 };
 
 class PosixFileViews final : public FileViews {
@@ -81,7 +95,7 @@ class PosixFileViews final : public FileViews {
         UniqueDescriptor file(::open(posix::ToBytes(path).c_str(), kFlags));
         struct stat facts {};
         if (!file || ::fstat(file.Get(), &facts) == -1 || !S_ISREG(facts.st_mode)) return nullptr;
-        return std::make_unique<MappedFile>(std::move(file));
+        return std::make_unique<CopiedFile>(std::move(file));
     }
 };
 

@@ -156,6 +156,24 @@ TEST(EngineCreation, WarnsBeforeItLoadsForGood) {
     EXPECT_THAT(facade.streams.Error(), StartsWith("[HVQ Warning]"));
 }
 
+// Once for each of its two loads, and once more for each load that was in vain.
+TEST(EngineCreation, WarnsOfAnotherArchitectureWithEachLoad) {
+    const auto warnings = [](bool narrowLoads) {
+        Facade facade;
+        facade.loader.SetNativeArchitecture(platform::kArchitectureIa64);
+        if (!narrowLoads) facade.loader.RefuseNarrowLoads();
+        facade.engine.Create(facade.library.Path(), nullptr, nullptr);
+        const std::string text = facade.streams.Error();
+        int count = 0;
+        for (std::size_t at = 0; (at = text.find("Windows OS architecture is WIN-IA64.", at)) != std::string::npos;
+             ++at)
+            ++count;
+        return count;
+    };
+    EXPECT_EQ(warnings(true), 2);
+    EXPECT_EQ(warnings(false), 3);
+}
+
 TEST(EngineCreation, TakesTheWidePathWhenTheNarrowOneCanNotBeLoaded) {
     Facade facade;
     facade.loader.RefuseNarrowLoads();

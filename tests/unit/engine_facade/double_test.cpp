@@ -112,7 +112,8 @@ TEST(ScriptedDouble, RefusesScriptsThatItDoesNotUnderstand) {
     for (const char* script :
          {"nonsense", "version", "version a b", "version \"open", "fail hvqNothing 1 x", "fail hvqInfer 0 x",
           "fail hvqInfer x x", "fail hvqInfer %0 x", "fill input", "fill nothing constant 1", "fill input ramp 1",
-          "devices nothing CPU", "layer sideways in 1", "layer input in -1", "answer hvqInfer 1 many"}) {
+          "devices nothing CPU", "layer sideways in 1", "layer input in -1", "answer hvqInfer 1 many",
+          "answer hvqInfer 1", "answer hvqInfer 1 1 many"}) {
         EXPECT_THROW(ScriptedLibrary{script}, std::runtime_error) << script;
     }
     EXPECT_NO_THROW(ScriptedLibrary{"# a remark\n\n  version \"1 \\\"2\\\"\\n\" # and another\n"});

@@ -1,10 +1,14 @@
 #include <algorithm>
 #include <functional>
+#include <istream>
+#include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "facade_fixture.h"
+#include "platform/file_views.h"
 
 namespace facade_tests {
 namespace {
@@ -211,6 +215,30 @@ TEST(HasInnerModel, RefusesAnUnknownEngine) {
               "[x] is not a supported Engine.\nSupported Engines: OpenVINO ");
 }
 
+// The system's files, none of which exists while it is blind.
+class BlindFileViews final : public platform::FileViews {
+ public:
+    std::optional<std::wstring> WidePath(const std::string& path) override { return m_system.WidePath(path); }
+    bool Exists(const std::wstring& path) override { return !isBlind && m_system.Exists(path); }
+    std::unique_ptr<std::istream> OpenStream(const std::wstring& path) override { return m_system.OpenStream(path); }
+    std::unique_ptr<platform::FileView> Open(const std::wstring& path) override { return m_system.Open(path); }
+
+    bool isBlind = false;
+
+ private:
+    platform::FileViews& m_system = platform::SystemFileViews();
+};
+
+// As the double shows a text.
+std::string Escaped(const std::string& text) {
+    std::string escaped;
+    for (const char letter : text) {
+        if (letter == '\\' || letter == '"') escaped += '\\';
+        escaped += letter;
+    }
+    return escaped;
+}
+
 TEST(RegisterModel, MakesTheModelKnown) {
     Facade facade;
     facade.Create();
@@ -218,8 +246,10 @@ TEST(RegisterModel, MakesTheModelKnown) {
 
     facade.engine.RegisterModel("m", path);
 
-    EXPECT_THAT(facade.engine.GetSupportBuiltinModels("OpenVINO"), ElementsAre("m"));
+    EXPECT_EQ(facade.library.CallTexts().back(),
+              "hvqRegisterModelAsInnerIDwithString 2 \"m\" \"" + Escaped(path) + "\"");
     EXPECT_EQ(facade.library.Count("hvqRegisterModelAsInnerIDwithString"), 1);
+    EXPECT_THAT(facade.engine.GetSupportBuiltinModels("OpenVINO"), ElementsAre("m"));
 }
 
 TEST(RegisterModel, ChecksInItsOrder) {
@@ -246,6 +276,21 @@ TEST(RegisterModel, PrintsTheMissingPathWithoutDoublingBackslashes) {
 
     EXPECT_EQ(TextThrownBy([&] { facade.engine.RegisterModel("m", "no\\such\\model"); }),
               "no\\such\\model not exists.");
+}
+
+TEST(RegisterModel, AsksItsOwnFileSystemForTheModel) {
+    Facade facade;
+    BlindFileViews files;
+    hvq::inference::PluginEngine engine({.modules = facade.loader, .files = files, .streams = facade.streams});
+    engine.Create(facade.library.Path(), nullptr, nullptr);
+    const std::string path = facade.library.Scratch().Put("m.model", "").string();
+    files.isBlind = true;
+
+    EXPECT_EQ(TextThrownBy([&] { engine.RegisterModel("m", path); }), path + " not exists.");
+
+    files.isBlind = false;
+    engine.RegisterModel("m", path);
+    EXPECT_EQ(facade.library.Count("hvqRegisterModelAsInnerIDwithString"), 1);
 }
 
 TEST(RegisterModel, CanNotBeDoneTwice) {
@@ -300,7 +345,7 @@ TEST(MutableProperties, AreEmptyWithoutAnEngineWhereTheListsThrow) {
 
 TEST(MutableProperties, AreEmptyForCountsBelowOneAndForACountThatIsNotWritten) {
     for (const char* script : {"answer hvqGetEngineMutableProperties * 0", "answer hvqGetEngineMutableProperties * -1",
-                               "properties OpenVINO"}) {
+                               "answer hvqGetEngineMutableProperties 1 unwritten", "properties OpenVINO"}) {
         Facade facade(script);
         facade.Create();
 
@@ -317,11 +362,22 @@ TEST(MutableProperties, RefuseAnUnknownEngine) {
     EXPECT_EQ(facade.library.Count("hvqGetEngineMutableProperties"), 0);
 }
 
-TEST(MutableProperties, EndInALengthErrorForANegativeLength) {
-    Facade facade("answer hvqGetEngineMutableProperties 2 -1");
-    facade.Create();
+// A length that the library leaves unwritten is as negative as one that it writes.
+TEST(MutableProperties, EndInALengthErrorForALengthThatIsNegativeOrNotWritten) {
+    for (const char* lengths : {"-1", "1 -1", "-2147483648 3", "1 -2147483648", "unwritten", "1 unwritten",
+                                "unwritten 3", "unwritten unwritten"}) {
+        SCOPED_TRACE(lengths);
+        Facade facade("properties OpenVINO A int\nanswer hvqGetEngineMutableProperties 2 " + std::string(lengths));
+        facade.Create();
 
-    EXPECT_THROW((void)facade.engine.GetEngineMutableProperties("OpenVINO"), std::length_error);
+        try {
+            (void)facade.engine.GetEngineMutableProperties("OpenVINO");
+            ADD_FAILURE() << "nothing was thrown";
+        } catch (const std::length_error& error) {
+            EXPECT_STREQ(error.what(), "string too long");
+        }
+        EXPECT_EQ(facade.library.Count("hvqGetEngineMutableProperties"), 2);
+    }
 }
 
 TEST(MutableProperties, PassOnWhatTheLibraryComplainsOfInEachForm) {

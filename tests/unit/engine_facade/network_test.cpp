@@ -107,6 +107,30 @@ TEST_F(Network, RefusesValuesOfAnotherTypeThanTheProperty) {
     EXPECT_EQ(facade.library.Count("hvqCreateNetByBuiltin"), 0);
 }
 
+// Nothing is taken back: the library has no way to. In which order the properties go is not told, so each name is tried
+// as the refused one; behind it nothing is set any more.
+TEST_F(Network, LeavesPropertiesThatAreSetWhenALaterOneIsRefused) {
+    const PropertyMap good = {{"CACHE_DIR", std::filesystem::path("c")},
+                              {"INFERENCE_THREADS_NUMBER", std::string("1")},
+                              {"RUNTIME_STREAMS_NUMBER", std::string("1")}};
+    std::vector<std::size_t> settings;
+    for (const auto& [refused, ignored] : good) {
+        PropertyMap properties = good;
+        properties[refused] = 1;
+        facade.library.ForgetCalls();
+
+        EXPECT_THAT(TextThrownBy([&] { Create(properties); }), testing::StartsWith(refused + " need "));
+
+        const std::vector<std::string> calls = PropertyCalls();
+        settings.push_back(calls.size());
+        if (!calls.empty()) {
+            EXPECT_EQ(facade.library.CallTexts().back(), calls.back()) << "nothing comes behind";
+        }
+    }
+    EXPECT_THAT(settings, testing::UnorderedElementsAre(0, 1, 2));
+    EXPECT_EQ(facade.library.Count("hvqCreateNetByBuiltin"), 0);
+}
+
 TEST_F(Network, RefusesAModelThatTheEngineDoesNotKnow) {
     EXPECT_EQ(TextThrownBy([&] { facade.engine.CreateNetwork("OpenVINO", "n", "CPU", "x", {}); }),
               "OpenVINO no [x] inner model! Please check.");

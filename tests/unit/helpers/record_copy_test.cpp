@@ -15,6 +15,7 @@
 #include "helpers/calyr_output.h"
 #include "helpers/hvq_input.h"
 #include "helpers/hvq_output.h"
+#include "helpers/record_writing.h"
 #include "support/plain_record_copy.h"
 #include "support/watchdog.h"
 
@@ -136,23 +137,75 @@ TYPED_TEST(OutputCopy, WritesWhatItsStepsWriteForEveryStatusAndSize) {
     }
 }
 
+// Copies over and over, which is looked at from beside over and over, until the slot was seen to hold nothing: most of
+// the time is spent inside the copy.
+template <class Source, class Slot>
+void AwaitNothingIn(const Source& source, Slot& slot) {
+    std::atomic<bool> seen{false};
+    std::thread observer([&] {
+        while (std::atomic_ref<std::int8_t>(slot.index).load() != calyr_ipc::kNoAlternative)
+            std::this_thread::yield();
+        seen = true;
+    });
+    while (!seen)
+        source.CopyToIpcRecord(slot);
+    observer.join();
+}
+
 TYPED_TEST(OutputCopy, SaysMeanwhileThatTheSlotHoldsNothing) {
     const support::Watchdog watchdog;
     Garbage garbage;
     TypeParam output(HeaderOf({640, 360, 230400}, garbage));
     output.status = 0;
     const auto slot = std::make_unique<calyr_ipc::OutputSlot>();
-    // Looked at from beside, over and over, while the copy runs over and over: most of the time is spent inside it.
-    std::atomic<bool> seen{false};
-    std::thread observer([&] {
-        while (std::atomic_ref<std::int8_t>(slot->index).load() != calyr_ipc::kNoAlternative)
-            std::this_thread::yield();
-        seen = true;
-    });
-    while (!seen)
-        output.CopyToIpcRecord(*slot);
-    observer.join();
+
+    AwaitNothingIn(output, *slot);
+
     EXPECT_EQ(slot->index, (std::is_same_v<TypeParam, RvoHvqOutput> ? 0 : 1));
+}
+
+// What all the copies write through.
+TEST(RecordWriting, HasNothingInTheSlotFromBeforeTheFirstToBehindTheLastByte) {
+    using Slot = calyr_ipc::VariantSlot<std::uint32_t, std::uint64_t>;
+    Slot slot{};
+    slot.index = 0;
+    int written = 0;
+
+    WriteRecord<std::uint64_t>(slot, [&](std::uint64_t& record) {
+        EXPECT_EQ(slot.index, calyr_ipc::kNoAlternative);
+        EXPECT_EQ(&record, &slot.As<std::uint64_t>());
+        ++written;
+    });
+
+    EXPECT_EQ(written, 1);
+    EXPECT_EQ(slot.index, 1);
+}
+
+TEST(InputCopy, SaysMeanwhileThatTheSlotHoldsNothing) {
+    const support::Watchdog watchdog;
+    const std::vector<std::uint8_t> pixels(691'200);
+    RvoHvqInput input;
+    input.dataSize = 691'200;
+    input.data = pixels.data();
+    const auto slot = std::make_unique<calyr_ipc::InputSlot>();
+
+    AwaitNothingIn(input, *slot);
+
+    EXPECT_EQ(slot->index, 0);
+}
+
+// The slot's index is a pixel of the frame itself here, so the copy tells what the index was when it was copied.
+TEST(InputCopy, CopiesThePixelsAfterTheSlotWasEmptiedAndBeforeItIsFilled) {
+    const auto slot = std::make_unique<calyr_ipc::InputSlot>();
+    slot->index = 0;
+    RvoHvqInput input;
+    input.dataSize = 1;
+    input.data = reinterpret_cast<const std::uint8_t*>(&slot->index);
+
+    input.CopyToIpcRecord(*slot);
+
+    EXPECT_EQ(slot->As<calyr_ipc::RvoCalyrIpcInput>().data[0], 0xFF);
+    EXPECT_EQ(slot->index, 0);
 }
 
 TEST(InputCopy, WritesWhatItsStepsWriteForEverySize) {

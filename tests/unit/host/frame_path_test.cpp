@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -429,6 +431,40 @@ TEST_F(FrameWithAHelper, FindsAFreshObjectAfterStop) {
     EXPECT_EQ(status, 4);
 }
 
+// Not even while the host waits for the parent to read a result.
+TEST_F(FrameWithAHelper, HoldsUpAHeartbeatWhileItsResultWaitsForASlot) {
+    Init(0);
+    for (int frame = 0; frame < 5; ++frame)
+        Submit(FrameOf(2, 2));
+    support::EventFlag waits;
+    support::EventFlag mayGoOn;
+    std::atomic<bool> wentOn{false};
+    m_os.OnWait("idFO_evt_avl", [&] {
+        waits.Set();
+        EXPECT_TRUE(mayGoOn.Wait());
+        wentOn = true;
+    });
+    m_os.ScriptWaits("idFO_evt_avl", {platform::WaitResult::TimedOut});
+    std::thread sixth([this] { Submit(FrameOf(2, 2)); });
+    EXPECT_TRUE(waits.Wait());
+    infra::Timer unusedTimer;
+    support::EventFlag ticked;
+    bool tickedBehindIt = false;
+    std::thread tick([&] {
+        m_host->OnTimer(unusedTimer);
+        tickedBehindIt = wentOn;
+        ticked.Set();
+    });
+
+    EXPECT_FALSE(ticked.Wait(std::chrono::milliseconds(50)));
+
+    mayGoOn.Set();
+    EXPECT_TRUE(ticked.Wait());
+    EXPECT_TRUE(tickedBehindIt);
+    sixth.join();
+    tick.join();
+}
+
 class FrameResults : public FramePath {};
 
 TEST_F(FrameResults, GoThroughTheSlotsInTurn) {
@@ -568,8 +604,32 @@ class FrameStream : public ::testing::Test {
         m_helper.work = Succeed;
     }
 
+    // Of the frame of this number: no two of its opaque bytes are the same.
+    static calyr_ipc::IpcFrameHeader HeaderOf(std::uint64_t number) {
+        calyr_ipc::IpcFrameHeader header = DistinctHeader();
+        header.width = 16;
+        header.height = 9;
+        header.stampMs = number;
+        return header;
+    }
+
+    // 32 bytes, no two of them the same.
+    static calyr_ipc::IpcFrameHeader DistinctHeader() {
+        std::byte bytes[sizeof(calyr_ipc::IpcFrameHeader)];
+        for (std::size_t at = 0; at < sizeof(bytes); ++at)
+            bytes[at] = static_cast<std::byte>(0xA1 + at);
+        calyr_ipc::IpcFrameHeader header{};
+        std::memcpy(&header, bytes, sizeof(header));
+        return header;
+    }
+
+    static bool AreEqual(const calyr_ipc::IpcFrameHeader& left, const calyr_ipc::IpcFrameHeader& right) {
+        return std::memcmp(&left, &right, sizeof(left)) == 0;
+    }
+
     static void Write(calyr_ipc::InputSlot& slot, std::uint64_t number) {
-        RvoHvqInput input = FrameOf(16, 9, number);
+        RvoHvqInput input;
+        input.header = HeaderOf(number);
         const std::vector<std::uint8_t> pixels(432, static_cast<std::uint8_t>(number));
         input.temporalEnabled = static_cast<std::uint8_t>(number % 2);
         input.dataSize = static_cast<std::uint32_t>(pixels.size());
@@ -581,7 +641,8 @@ class FrameStream : public ::testing::Test {
         for (std::size_t at = 0; at < results.size(); ++at) {
             EXPECT_EQ(results[at].status, 0);
             EXPECT_EQ(results[at].index, 1);
-            EXPECT_EQ(results[at].header.stampMs, at);
+            EXPECT_TRUE(AreEqual(results[at].header, HeaderOf(at))) << at;
+            EXPECT_EQ(results[at].maskLength, 144U);
             EXPECT_EQ(results[at].firstMaskByte, at % 256);
         }
     }
@@ -607,6 +668,7 @@ TEST_F(FrameStream, WorksOnFiveQueuedFramesInTheirOrderAndInTheirSlots) {
         m_helper.work = [&](const RvoHvqInput& input, RvoHvqOutput& output) {
             places.push_back(static_cast<const std::byte*>(static_cast<const void*>(input.data)) -
                              m_os.Memory("idFI_shm"));
+            EXPECT_TRUE(AreEqual(input.header, HeaderOf(places.size() - 1)));
             EXPECT_EQ(input.dataSize, 432U);
             EXPECT_EQ(input.temporalEnabled, input.header.stampMs % 2);
             EXPECT_EQ(input.data[0], input.header.stampMs);
@@ -623,6 +685,54 @@ TEST_F(FrameStream, WorksOnFiveQueuedFramesInTheirOrderAndInTheirSlots) {
                     ElementsAre(kInputSlots + 8, kInputSlots + kInputStride + 8, kInputSlots + 2 * kInputStride + 8,
                                 kInputSlots + 3 * kInputStride + 8, kInputSlots + 4 * kInputStride + 8));
         EXPECT_TRUE(m_os.IsSet("idFI_evt_avl"));
+    }
+    (void)m_host.Stop();
+}
+
+TEST_F(FrameStream, HandsOnEveryByteOfAHeader) {
+    const calyr_ipc::IpcFrameHeader sent = DistinctHeader();
+    calyr_ipc::IpcFrameHeader handed{};
+    m_helper.work = [&](const RvoHvqInput& input, RvoHvqOutput&) {
+        handed = input.header;
+        return kStatusSuccess;
+    };
+    {
+        calyr_ipc::InputChannel frames(ipc::kSends, m_os, m_streams);
+        ASSERT_TRUE(frames.Open("idFI"));
+        const auto write = [&](calyr_ipc::InputSlot& slot) {
+            Write(slot, 0);
+            slot.As<calyr_ipc::RvoCalyrIpcInput>().header = sent;
+        };
+        ASSERT_TRUE(frames.Send(write, kKeepOldest, 0));
+        m_host.Init({});
+        ASSERT_EQ(m_host.Attach("id"), 0);
+        ASSERT_TRUE(m_os.AwaitWaiters("idFI_evt_fld"));
+    }
+    (void)m_host.Stop();
+
+    EXPECT_EQ(m_helper.inferCount, 1);
+    EXPECT_TRUE(AreEqual(handed, sent));
+}
+
+// Only -1 says that there is none; there is no other record that the number could mean.
+TEST_F(FrameStream, ReadsASlotOfAnUnknownIndexAsAFrame) {
+    constexpr std::int8_t kUnknownIndices[] = {5, 1, 127, -2};
+    {
+        calyr_ipc::InputChannel frames(ipc::kSends, m_os, m_streams);
+        ASSERT_TRUE(frames.Open("idFI"));
+        ResultReader reader(m_os, m_threads);
+        for (std::uint64_t number = 0; number < std::size(kUnknownIndices); ++number) {
+            const auto write = [&](calyr_ipc::InputSlot& slot) {
+                Write(slot, number);
+                slot.index = kUnknownIndices[number];
+            };
+            ASSERT_TRUE(frames.Send(write, kKeepOldest, 0));
+        }
+        m_host.Init({});
+
+        ASSERT_EQ(m_host.Attach("id"), 0);
+
+        ExpectInOrder(reader.Await(std::size(kUnknownIndices)));
     }
     (void)m_host.Stop();
 }

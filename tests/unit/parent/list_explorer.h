@@ -31,6 +31,11 @@ enum class Event { Available, Filled };
 template <class T, std::int32_t N>
 using PerNode = std::array<T, static_cast<std::size_t>(N)>;
 
+// A number that is not negative as an index.
+inline std::size_t IndexOf(std::int8_t number) {
+    return static_cast<std::uint8_t>(number);
+}
+
 // The shared words, the message in each slot (0: none yet), and the events.
 template <std::int32_t N>
 struct Shared {
@@ -43,6 +48,7 @@ struct Shared {
         return ends[(list == ipc::List::Used ? 2U : 0U) + (end == ipc::End::Tail ? 1U : 0U)];
     }
     std::int32_t Head(ipc::List list) const { return ends[list == ipc::List::Used ? 2U : 0U]; }
+    std::int32_t Behind(std::int32_t node) const { return next[static_cast<std::size_t>(node)]; }
     bool IsSet(Event event) const { return signalled[event == Event::Filled ? 1U : 0U]; }
     bool& SignalOf(Event event) { return signalled[event == Event::Filled ? 1U : 0U]; }
 };
@@ -116,14 +122,14 @@ class SteppedWords {
  private:
     template <class Do>
     std::int32_t Access(Do&& access) {
-        if (m_cursor < m_replayed) return m_log.results[static_cast<std::size_t>(m_cursor++)];
+        if (m_cursor < m_replayed) return m_log.results[IndexOf(m_cursor++)];
         if (m_done) {
             m_wantedMore = true;
             return ipc::kNoNode;
         }
         m_done = true;
         const std::int8_t result = access();
-        m_log.results.at(static_cast<std::size_t>(m_log.count)) = result;
+        m_log.results.at(IndexOf(m_log.count)) = result;
         ++m_log.count;
         return result;
     }
@@ -160,7 +166,7 @@ struct Party {
         local.Encode(key);
         key.push_back(static_cast<char>(log.count));
         for (std::int8_t i = 0; i < log.count; ++i) {
-            key.push_back(static_cast<char>(log.results[static_cast<std::size_t>(i)]));
+            key.push_back(static_cast<char>(log.results[IndexOf(i)]));
         }
     }
 };
@@ -291,7 +297,7 @@ class Search {
                 return;
             }
             if (node != beingPut) ++places[static_cast<std::size_t>(node)];
-            node = state.shared.next[static_cast<std::size_t>(node)];
+            node = state.shared.Behind(node);
         }
     }
 

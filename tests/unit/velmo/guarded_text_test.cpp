@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 
 namespace velmo_tool {
 namespace {
@@ -13,7 +13,7 @@ using testing::Optional;
 
 std::string Fetch(std::uint64_t length, const std::string& written, std::optional<std::string>& complaint) {
     return FetchGuarded(
-        length, [&](char* buffer) { std::memcpy(buffer, written.data(), written.size()); }, complaint);
+        length, [&](char* buffer) { std::copy(written.begin(), written.end(), buffer); }, complaint);
 }
 
 TEST(GuardedText, IsTheTextWithoutComplaintWhenTheLengthIsRight) {

@@ -24,7 +24,7 @@ std::string FetchGuarded(std::uint64_t length, const std::function<void(char*)>&
     fill(buffer.data());
 
     const auto guard = buffer.begin() + static_cast<std::ptrdiff_t>(size) + 1;
-    const std::string text(buffer.data(), size);
+    std::string text(buffer.data(), size);
     if (!std::all_of(guard, buffer.end(), [](char byte) { return byte == kGuard; })) {
         complaint = "writes behind the room for " + std::to_string(size) + " chars and a terminator";
     } else if (buffer[size] != '\0') {

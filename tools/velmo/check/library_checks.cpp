@@ -328,8 +328,10 @@ class LibraryChecks {
         if (!complaint && !ElementsOf(dims)) complaint = "impossible dimensions: " + DimsText(dims);
         if (!End(complaint, DimsText(dims))) return {};
         Begin("has an input of 256 x 144 or 640 x 360", Need::Required);
+        constexpr std::uint64_t kSmallArea = std::uint64_t{256} * 144;
+        constexpr std::uint64_t kLargeArea = std::uint64_t{640} * 360;
         const std::uint64_t area = dims[2] * dims[3];
-        const bool fits = dims[1] == 4 && (area == 256 * 144 || area == 640 * 360);
+        const bool fits = dims[1] == 4 && (area == kSmallArea || area == kLargeArea);
         End(fits ? Complaint() : "the process can't use " + DimsText(dims), "");
         return dims;
     }

@@ -2,6 +2,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 
@@ -61,21 +63,75 @@ TEST(FileViewsOnLinux, OpenWhatALinkPointsAt) {
     EXPECT_EQ(view->Size(), 7U);
 }
 
-TEST(FileViewsOnLinux, LeaveNothingMapped) {
+TEST(FileViewsOnLinux, MapNothing) {
     const TemporaryFolder folder;
-    const std::wstring path = WideOf(folder.Write("file", "content"));
-    const auto isMapped = [&] {
-        return contract::ContentOf("/proc/self/maps").find((folder.Path() / "file").string()) != std::string::npos;
-    };
-    {
-        const auto view = SystemFileViews().Open(path);
-        ASSERT_TRUE(view->CreateMapping());
-        EXPECT_FALSE(isMapped());
-        ASSERT_NE(view->Map(), nullptr);
-        EXPECT_TRUE(isMapped());
-        ASSERT_NE(view->Map(), nullptr) << "a second view takes the place of the first";
+    const auto view = SystemFileViews().Open(WideOf(folder.Write("file", "content")));
+    ASSERT_TRUE(view->CreateMapping());
+    ASSERT_NE(view->Map(), nullptr);
+
+    EXPECT_EQ(contract::ContentOf("/proc/self/maps").find((folder.Path() / "file").string()), std::string::npos);
+}
+
+// Somebody who copies over a library cuts it short first.
+TEST(FileViewsOnLinux, ShowAFileThatIsCutShortAfterwardsAsItWas) {
+    const TemporaryFolder folder;
+    const std::string content = "begin" + std::string(3 * 4096, 'x') + "end";
+    const std::filesystem::path path = folder.Write("file", content);
+    const auto view = SystemFileViews().Open(WideOf(path));
+    ASSERT_TRUE(view->CreateMapping());
+    const std::byte* const bytes = view->Map();
+    ASSERT_NE(bytes, nullptr);
+
+    resize_file(path, 0);
+
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes), content.size()), content);
+    EXPECT_EQ(view->Map(), nullptr) << "a second look finds that it is shorter";
+}
+
+TEST(FileViewsOnLinux, ShowNoFileThatIsShorterThanItsSizeWasTold) {
+    const TemporaryFolder folder;
+    for (const bool isPrepared : {false, true}) {
+        const std::filesystem::path path = folder.Write("file", std::string(2 * 4096, 'x'));
+        const auto view = SystemFileViews().Open(WideOf(path));
+        ASSERT_EQ(view->Size(), 2U * 4096);
+        if (isPrepared) {
+            ASSERT_TRUE(view->CreateMapping());
+        }
+
+        resize_file(path, 2 * 4096 - 1);
+
+        EXPECT_TRUE(view->CreateMapping());
+        EXPECT_EQ(view->Map(), nullptr);
+        EXPECT_EQ(view->Size(), 2U * 4096);
     }
-    EXPECT_FALSE(isMapped());
+}
+
+TEST(FileViewsOnLinux, ShowOfALongerFileWhatWasTold) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Write("file", "told");
+    const auto view = SystemFileViews().Open(WideOf(path));
+    ASSERT_EQ(view->Size(), 4U);
+
+    folder.Write("file", "told and more");
+
+    ASSERT_TRUE(view->CreateMapping());
+    EXPECT_EQ(view->Size(), 4U);
+    const std::byte* const bytes = view->Map();
+    ASSERT_NE(bytes, nullptr);
+    EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes), 4), "told");
+}
+
+TEST(FileViewsOnLinux, PrepareAGibibyteAndNoMore) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder.Write("file", "");
+    constexpr std::uintmax_t kGibibyte = std::uintmax_t{1} << 30;
+    for (const std::uintmax_t bytes : {kGibibyte, kGibibyte + 1}) {
+        resize_file(path, bytes);  // a hole, which takes no room
+        const auto view = SystemFileViews().Open(WideOf(path));
+        EXPECT_EQ(view->Size(), bytes);
+        EXPECT_EQ(view->CreateMapping(), bytes == kGibibyte);
+    }
+    EXPECT_EQ(SystemFileViews().Open(WideOf(path))->Map(), nullptr);
 }
 
 }  // namespace

@@ -65,14 +65,12 @@ TEST(TextOnLinux, WideCharsThatAreNoCodePointAreReplaced) {
 }
 
 TEST(TextOnLinux, EveryByteTravelsThroughTheThreadsCodePage) {
-    std::vector<std::string> texts = {
-        "gr\xC3\xBC\xC3\x9F"
-        "e",
-        "\xED\xA0\x80",
-        "\xED\xB2\x80",
-        "\xF0\x9F\x98",
-        "\xC3\xA9\xA9",
-        "\xEF\xBF\xBD"};
+    std::vector<std::string> texts = {std::string("gr\xC3\xBC\xC3\x9F") + "e",
+                                      "\xED\xA0\x80",
+                                      "\xED\xB2\x80",
+                                      "\xF0\x9F\x98",
+                                      "\xC3\xA9\xA9",
+                                      "\xEF\xBF\xBD"};
     std::string all;
     for (int value = 1; value < 256; ++value) {
         texts.emplace_back(1, static_cast<char>(value));

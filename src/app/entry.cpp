@@ -2,6 +2,7 @@
 
 #include "app/trim.h"
 #include "host/rvo_calyr_ml_host.h"
+#include "infra/exit_list.h"
 #include "infra/log_line.h"
 #include "platform/string_resources.h"
 
@@ -43,7 +44,9 @@ int RunHost(const std::string& cmdLine, rvo_calyr::RvoCalyrMlHost& host) {
 
 int RunProcess(const std::string& cmdLine) {
     LoadStartStrings(g_instance, platform::SystemStringResources(), g_startStrings);
-    return RunHost(cmdLine, rvo_calyr::RvoCalyrMlHost::GetInstance());
+    const int exitCode = RunHost(cmdLine, rvo_calyr::RvoCalyrMlHost::GetInstance());
+    infra::RunExitList();  // helpers first: one may wait for its job and then destroys its engine, whose library stands
+    return exitCode;
 }
 
 }  // namespace app

@@ -7,5 +7,5 @@ int main(int argumentCount, char** arguments) {
     app::InstallTerminateHandler();
     platform::PrepareProcess();
     app::StoreInstance(nullptr);
-    return app::RunProcess(platform::CommandTail(argumentCount, arguments));
+    platform::EndProcess(app::RunProcess(platform::CommandTail(argumentCount, arguments)));
 }

@@ -15,5 +15,5 @@ extern "C" int wWinMain(void* instance, void* /*previousInstance*/, wchar_t* com
     const std::optional<std::string> cmdLine = app::NarrowCommandLine(commandLine, platform::SystemTextConversion());
     // Without the text there is no id, and without the id no parent that could be told.
     if (!cmdLine) throw std::runtime_error("the command line can't be converted to the thread's code page");
-    return app::RunProcess(*cmdLine);
+    platform::EndProcess(app::RunProcess(*cmdLine));
 }

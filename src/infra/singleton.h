@@ -1,17 +1,18 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdlib>
 #include <new>
+
+#include "infra/exit_list.h"
 
 namespace infra {
 
 // Lifetime policies of a Singleton: what is done with the destructor call once the object is built.
 
-// The object is destroyed at process exit, in the order of any registration with std::atexit.
+// The object is destroyed at the process's end, the one that was built last first, while libraries still stand.
 struct NeedDestructor {
     static void OnBuilt(void (*destroy)()) noexcept {
-        (void)std::atexit(destroy);  // where the list is full the object just stays, as with NoDestructor
+        AtProcessEnd(destroy);
     }
 };
 

@@ -8,4 +8,9 @@ namespace platform {
 // threads start and files are opened.
 void PrepareProcess();
 
+// Ends the process with this exit code, as the last thing on the entry thread: output that was buffered is written, and
+// other threads stop wherever they are. No exit handler runs, and no library is unloaded: a thread may be at work in
+// one, and must not find it half gone.
+[[noreturn]] void EndProcess(int exitCode);
+
 }  // namespace platform

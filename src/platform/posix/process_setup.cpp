@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdio>
+#include <cstdlib>
 #include <initializer_list>
 
 namespace platform {
@@ -14,6 +16,11 @@ void PrepareProcess() {
         // The lowest free number is taken, and those below are open by now. Not close-on-exec: children have streams.
         if (::fcntl(stream, F_GETFD) == -1) (void)::open("/dev/null", O_RDWR);
     }
+}
+
+void EndProcess(int exitCode) {
+    (void)std::fflush(nullptr);
+    std::_Exit(exitCode);
 }
 
 }  // namespace platform

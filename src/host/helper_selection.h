@@ -11,11 +11,12 @@ class HelperSelection {
  public:
     virtual ~HelperSelection() = default;
 
-    // The helper for this model type, which lives as long as the process; null when there is none. Thread: any.
+    // The helper for this model type, which lives until the process ends; null when there is no such type. Throws what
+    // building it throws: std::system_error when it gets no thread, std::bad_alloc. Thread: any.
     virtual IRvoCalyrHelper* HelperFor(std::int32_t modelType) = 0;
 };
 
-// What the process has: in this version, no helper for any type.
+// The process's own: 0 the full family, 1 the full one with a colour table, 2 the mask alone.
 HelperSelection& ProcessHelpers();
 
 }  // namespace rvo_calyr

@@ -1,5 +1,6 @@
 #include "host/rvo_calyr_ml_host.h"
 
+#include <exception>
 #include <utility>
 
 #include "helpers/calyr_output.h"
@@ -20,7 +21,6 @@ constexpr std::int32_t kWatchdogExitCode = -1;
 constexpr std::uint32_t kHeartBeatPeriodMs = 1000;
 constexpr std::uint32_t kForever = 0;         // as a timer's count
 constexpr std::uint32_t kHeartBeatLimit = 6;  // unanswered ones, then the process ends
-constexpr std::int32_t kFamilies = 3;         // model types 0, 1 and 2
 constexpr std::int32_t kFullFamily = 0;       // the model type whose results are sent whole
 
 // Wakes both ends of the channel, so that nobody waits on what is about to go.
@@ -125,20 +125,7 @@ void RvoCalyrMlHost::CloseIpc() {
 void RvoCalyrMlHost::Init(const _CalyrPortraitOption& option) {
     const std::lock_guard lock(m_ipcMutex);
     m_modelType = option.modelType;
-    const bool isFamily = option.modelType >= 0 && option.modelType < kFamilies;
-    IRvoCalyrHelper* const chosen = isFamily ? m_seams.helpers.HelperFor(option.modelType) : nullptr;
-    std::uint32_t status = isFamily ? kStatusNoEngine : kStatusBadArguments;
-    if (chosen != nullptr) {
-        m_helper = chosen;
-    } else {
-        LogLine(isFamily ? "RvoCalyrMlHost::Init() fail, this version holds no model family"
-                         : "RvoCalyrMlHost::Init() fail, error model type")
-            .Value("option.modelType", option.modelType)
-            .This(this)
-            .Log(kErrorLevel);
-    }
-    // An earlier helper gets the option even when this Init's model type is a bad one, and its word counts.
-    if (m_helper != nullptr) status = m_helper->Init(option);
+    const std::uint32_t status = InitHelper(option);
     if (m_eventChannel) {
         const auto writeOnInit = [status](calyr_ipc::EventSlot& slot) {
             calyr_ipc::IpcEventOnInit& event = slot.As<calyr_ipc::IpcEventOnInit>();
@@ -153,6 +140,26 @@ void RvoCalyrMlHost::Init(const _CalyrPortraitOption& option) {
     char message[64];
     infra::TextFormator(message, sizeof(message)) << "RvoCalyrMlHost::Init() ret=" << status;
     LogLine(message).This(this).Log(kInfoLevel);
+}
+
+std::uint32_t RvoCalyrMlHost::InitHelper(const _CalyrPortraitOption& option) {
+    try {
+        if (IRvoCalyrHelper* const chosen = m_seams.helpers.HelperFor(option.modelType)) {
+            m_helper = chosen;
+        } else {
+            LogLine("RvoCalyrMlHost::Init() fail, error model type")
+                .Value("option.modelType", option.modelType)
+                .This(this)
+                .Log(kErrorLevel);
+        }
+        // An earlier helper gets the option even when this Init's model type is a bad one, and its word counts.
+        return m_helper != nullptr ? m_helper->Init(option) : kStatusBadArguments;
+    } catch (const std::exception& error) {
+        // A file system that fails, no memory, no thread, or an engine that does not tell its input's shape: the parent
+        // is told, and may try again.
+        LogLine("RvoCalyrMlHost::Init() fail, error=").Text(error.what()).This(this).Log(kErrorLevel);
+        return kStatusNoEngine;
+    }
 }
 
 void RvoCalyrMlHost::Fini(const calyr_ipc::IpcCommandFini& /*record*/) {

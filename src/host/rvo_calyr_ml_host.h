@@ -93,6 +93,10 @@ class RvoCalyrMlHost final : public calyr_ipc::IpcCommandListener,
     template <class Channel>
     std::shared_ptr<Channel> OpenChannel(const std::string& ipcId, const char* suffix, std::int32_t role);
 
+    // Picks the helper by the option's model type and hands it the option. Returns the status for the parent. Lock:
+    // m_ipcMutex held.
+    std::uint32_t InitHelper(const _CalyrPortraitOption& option);
+
     // What the frame reader does with one slot, in place. Throws std::bad_variant_access for a slot without a frame.
     void VisitInputSlot(const calyr_ipc::InputSlot& slot);
 

@@ -27,6 +27,13 @@ class LogLine {
         return *this;
     }
 
+    // `value` as it stands, for messages that go on behind a value.
+    template <class T>
+    LogLine& Text(const T& value) {
+        m_text << value;
+        return *this;
+    }
+
     // " [this=<address>]", for code that runs in an object; comes last.
     LogLine& This(const void* object) {
         m_text << " [this=" << object << "]";

@@ -1,4 +1,4 @@
-// Frames on their way through the real process. It holds no family of models, so that every answer has status 4.
+// Frames on their way through the real process, to which nobody has given a library: every answer has status 4.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -78,8 +78,15 @@ void Recorder::OnFrameResult(const calyr_ipc::OutputSlot& slot) {
     const std::byte* const end =
         slot.storage + (isFull ? offsetof(Full, padding1490988) : offsetof(Plain, padding230444));
     const bool isEmpty = std::all_of(begin, end, [](std::byte byte) { return byte == std::byte{0}; });
+    const std::int32_t status = slot.As<Plain>().status;
+    std::vector<std::uint8_t> mask;
+    if (status == 0) {
+        const std::uint32_t length = isFull ? slot.As<Full>().maskLength : slot.As<Plain>().maskLength;
+        const auto& bytes = slot.As<Plain>().mask;
+        mask.assign(bytes, bytes + std::min<std::size_t>(length, sizeof(bytes)));
+    }
     const std::lock_guard lock(m_mutex);
-    m_results.push_back({slot.index, slot.As<Plain>().status, isEmpty});
+    m_results.push_back({slot.index, status, isEmpty, std::move(mask)});
     m_changed.notify_all();
 }
 
@@ -127,6 +134,20 @@ std::vector<std::string> Recorder::Damages() const {
 std::vector<Recorder::FrameResult> Recorder::Results() const {
     const std::lock_guard lock(m_mutex);
     return m_results;
+}
+
+bool AwaitFileText(const std::string& path, const std::string& part, int times) {
+    // Nobody tells of a file that grows.
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
+    while (std::chrono::steady_clock::now() < end) {
+        const std::string text = FileText(path);
+        int found = 0;
+        for (std::size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size())
+            ++found;
+        if (found >= times) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return false;
 }
 
 bool AwaitMapping(const std::string& name) {

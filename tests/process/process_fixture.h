@@ -60,7 +60,8 @@ class Recorder final : public velmo_parent::LinkListener {
     struct FrameResult {
         std::int8_t index;  // which record
         std::int32_t status;
-        bool isElseEmpty;  // all that the record's fields hold is zero, but for the status
+        bool isElseEmpty;                  // all that the record's fields hold is zero, but for the status
+        std::vector<std::uint8_t> mask{};  // of a good frame
     };
 
     void OnHeartBeat() override;
@@ -92,6 +93,9 @@ class Recorder final : public velmo_parent::LinkListener {
     std::vector<velmo_parent::LogLine> m_lines;
     std::vector<std::string> m_damages;
 };
+
+// Waits until the file holds this text so many times. False when that takes longer than kPatienceMs.
+bool AwaitFileText(const std::string& path, const std::string& part, int times = 1);
 
 // Waits until a process has made or attached to the mapping `name`, without touching it.
 bool AwaitMapping(const std::string& name);

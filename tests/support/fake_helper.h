@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <map>
 #include <vector>
@@ -22,6 +23,7 @@ class FakeHelper : public rvo_calyr::IRvoCalyrHelper {
 
     std::uint32_t Init(const rvo_calyr::_CalyrPortraitOption& option) override {
         options.push_back(option);
+        if (initError) std::rethrow_exception(initError);
         return initStatus;
     }
     std::uint32_t Infer(const rvo_calyr::RvoHvqInput* input, rvo_calyr::RvoHvqOutput* output) override {
@@ -33,7 +35,8 @@ class FakeHelper : public rvo_calyr::IRvoCalyrHelper {
     void Reserved() override {}
 
     std::uint32_t initStatus = rvo_calyr::kStatusSuccess;
-    Work work;  // what Infer does; nothing, with success, when empty
+    std::exception_ptr initError;  // what Init throws; nothing when empty
+    Work work;                     // what Infer does; nothing, with success, when empty
 
     std::vector<rvo_calyr::_CalyrPortraitOption> options;
     int inferCount = 0;
@@ -46,12 +49,14 @@ class FakeHelpers : public rvo_calyr::HelperSelection {
  public:
     rvo_calyr::IRvoCalyrHelper* HelperFor(std::int32_t modelType) override {
         asked.push_back(modelType);
+        if (error) std::rethrow_exception(error);
         const auto helper = helpers.find(modelType);
         return helper == helpers.end() ? nullptr : helper->second;
     }
 
     std::map<std::int32_t, rvo_calyr::IRvoCalyrHelper*> helpers;  // by model type
     std::vector<std::int32_t> asked;
+    std::exception_ptr error;  // what a question throws; nothing when empty
 };
 
 }  // namespace support

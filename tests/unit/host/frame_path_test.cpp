@@ -557,18 +557,16 @@ TEST_F(HelperChoice, IsMadeByTheModelType) {
 TEST_F(HelperChoice, StaysAsItWasForABadModelTypeAndTheHelpersWordCounts) {
     Init(0);
     Init(7, nullptr);
-    EXPECT_THAT(m_helpers.asked, ElementsAre(0));
+    EXPECT_THAT(m_helpers.asked, ElementsAre(0, 7));
     EXPECT_THAT(m_helper.options,
                 ElementsAre(Field(&_CalyrPortraitOption::modelType, 0), Field(&_CalyrPortraitOption::modelType, 7)));
     EXPECT_THAT(InitResults(), ElementsAre(0, 0));
 }
 
 TEST_F(HelperChoice, IsNoneForABadModelType) {
-    m_helpers.helpers[7] = &m_helper;
-    m_helpers.helpers[-1] = &m_helper;
-    Init(7);
-    Init(-1);
-    EXPECT_THAT(m_helpers.asked, IsEmpty());
+    Init(7, nullptr);
+    Init(-1, nullptr);
+    EXPECT_THAT(m_helpers.asked, ElementsAre(7, -1));
     EXPECT_THAT(InitResults(), ElementsAre(2, 2));
 }
 

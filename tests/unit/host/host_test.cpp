@@ -5,10 +5,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -17,6 +20,7 @@
 #include "helpers/portrait_option.h"
 #include "host/rvo_calyr_ml_host.h"
 #include "infra/log_line.h"
+#include "support/fake_helper.h"
 #include "support/fake_kernel_objects.h"
 #include "support/recording_streams.h"
 #include "support/std_threads.h"
@@ -198,15 +202,18 @@ class Host : public ::testing::Test {
         m_events.reset();
         m_results.reset();
         m_logs.reset();
-        m_host = std::make_unique<RvoCalyrMlHost>(HostSeams{m_os, m_streams, m_threads});
+        m_host = std::make_unique<RvoCalyrMlHost>(HostSeams{m_os, m_streams, m_threads, m_helpers});
     }
 
     support::Watchdog m_watchdog;
     support::FakeKernelObjects m_os;
     support::RecordingStreams m_streams;
     support::StdThreads m_threads;
+    support::FakeHelper m_helper;
+    support::FakeHelpers m_helpers;  // none, until a test puts one in
     infra::Timer m_unusedTimer;
-    std::unique_ptr<RvoCalyrMlHost> m_host = std::make_unique<RvoCalyrMlHost>(HostSeams{m_os, m_streams, m_threads});
+    std::unique_ptr<RvoCalyrMlHost> m_host =
+        std::make_unique<RvoCalyrMlHost>(HostSeams{m_os, m_streams, m_threads, m_helpers});
     std::unique_ptr<calyr_ipc::CommandChannel> m_commands;
     std::unique_ptr<calyr_ipc::InputChannel> m_frames;
     std::unique_ptr<calyr_ipc::EventChannel> m_events;
@@ -218,7 +225,7 @@ class HostConstruction : public Host {};
 
 TEST_F(HostConstruction, TakesTheLogSinkAndSetsTheLevelOfTwo) {
     g_logger.SetLevel(4);
-    const RvoCalyrMlHost host(HostSeams{m_os, m_streams, m_threads});
+    const RvoCalyrMlHost host(HostSeams{m_os, m_streams, m_threads, m_helpers});
     EXPECT_EQ(g_logger.GetLevel(), 2);
     EXPECT_EQ(g_logger.GetTraceSink(), static_cast<const IRvoCalyrTraceSink*>(&host));
 }
@@ -384,21 +391,65 @@ TEST_F(HostCommands, AreWaitedForASecondAtATime) {
     loop.join();
 }
 
-TEST_F(HostCommands, InitOfAFamilySaysThatThisVersionHoldsNone) {
+TEST_F(HostCommands, InitOfAFamilyPassesOnWhatItsHelperSays) {
     for (const std::int32_t type : {0, 1, 2}) {
         SCOPED_TRACE(type);
         FreshHost();
         Attach();
+        m_helpers.helpers = {{type, &m_helper}};
+        m_helper.initStatus = static_cast<std::uint32_t>(type);
         _CalyrPortraitOption option;
         option.modelType = type;
         m_host->Init(option);
         const std::vector<Event> events = Events();
         ASSERT_EQ(events.size(), 1U);
-        EXPECT_EQ(events[0].onInit.result, 3);
-        EXPECT_THAT(LogLines(),
-                    ElementsAre(AllOf(StartsWith("0"), HasSubstr("holds no model family, option.modelType=")),
-                                AllOf(StartsWith("2"), HasSubstr("Init() ret=3"))));
+        EXPECT_EQ(events[0].index, 0);
+        EXPECT_EQ(events[0].onInit.result, type);
+        EXPECT_EQ(events[0].onInit.pid, platform::CurrentProcessId());
+        EXPECT_THAT(LogLines(), ElementsAre(AllOf(StartsWith("2"), EndsWith("] [RVO_CALYR]RvoCalyrMlHost::Init() ret=" +
+                                                                            std::to_string(type) + ThisSuffix()))));
     }
+}
+
+TEST_F(HostCommands, InitThatThrowsIsAnsweredWithThree) {
+    Attach();
+    m_helpers.helpers[0] = &m_helper;
+    m_helper.initError = std::make_exception_ptr(std::runtime_error("no such disk"));
+
+    m_host->Init({});
+
+    EXPECT_THAT(
+        LogLines(),
+        ElementsAre(AllOf(StartsWith("0"), EndsWith("] [RVO_CALYR]RvoCalyrMlHost::Init() fail, error=no such "
+                                                    "disk" +
+                                                    ThisSuffix())),
+                    AllOf(StartsWith("2"), EndsWith("] [RVO_CALYR]RvoCalyrMlHost::Init() ret=3" + ThisSuffix()))));
+    const std::vector<Event> events = Events();
+    ASSERT_EQ(events.size(), 1U);
+    EXPECT_EQ(events[0].onInit.result, 3);
+    EXPECT_EQ(events[0].onInit.pid, platform::CurrentProcessId());
+    m_helper.initError = nullptr;
+    m_host->Init({});
+    EXPECT_EQ(Events()[0].onInit.result, 0) << "the next one is as good as any";
+}
+
+TEST_F(HostCommands, InitWhoseHelperCanNotBeBuiltIsAnsweredWithThree) {
+    Attach();
+    m_helpers.error = std::make_exception_ptr(std::system_error(std::make_error_code(std::errc::not_enough_memory)));
+
+    m_host->Init({});
+
+    ASSERT_EQ(Events().size(), 1U);
+    EXPECT_THAT(LogLines(), ElementsAre(AllOf(StartsWith("0"), HasSubstr("RvoCalyrMlHost::Init() fail, error=")),
+                                        AllOf(StartsWith("2"), HasSubstr("Init() ret=3"))));
+}
+
+TEST_F(HostCommands, InitLetsOutWhatIsNoStandardException) {
+    Attach();
+    m_helpers.helpers[0] = &m_helper;
+    m_helper.initError = std::make_exception_ptr(7);
+
+    EXPECT_THROW(m_host->Init({}), int);
 }
 
 TEST_F(HostCommands, InitGoesOnWhenItsEventFindsNoRoom) {

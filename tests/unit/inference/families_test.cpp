@@ -9,7 +9,6 @@
 namespace inference_tests {
 namespace {
 
-
 static_assert(std::is_base_of_v<infra::Singleton<RvoCalyrHvqHelper, infra::NeedDestructor>, RvoCalyrHvqHelper>);
 static_assert(std::is_base_of_v<infra::Singleton<RvoCalyrHvqReHelper, infra::NeedDestructor>, RvoCalyrHvqReHelper>);
 static_assert(std::is_base_of_v<infra::Singleton<RvoInhouseHvqHelper, infra::NoDestructor>, RvoInhouseHvqHelper>);

@@ -11,9 +11,7 @@ namespace infra {
 
 // The object is destroyed at the process's end, the one that was built last first, while libraries still stand.
 struct NeedDestructor {
-    static void OnBuilt(void (*destroy)()) noexcept {
-        AtProcessEnd(destroy);
-    }
+    static void OnBuilt(void (*destroy)()) noexcept { AtProcessEnd(destroy); }
 };
 
 // The object is never destroyed.

@@ -27,7 +27,7 @@
 //     velmo_parent::Link link("my-link-1", printer);
 //     if (auto opened = link.Open(); !opened) return Give(opened.Why());
 //     if (auto started = link.StartProcess({"bin/velmoml"}); !started) return Give(started.Why());
-//     link.Init({.modelPath = "models", .enginePath = "bin/hvq.dll"});
+//     link.Init({.modelPath = "models", .enginePath = "bin"});
 //     ...
 //     link.Terminate();
 //     const auto exit = link.WaitForExit(5000);

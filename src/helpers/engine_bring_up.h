@@ -19,10 +19,10 @@ struct BringUpRequest {
 };
 
 // Makes an engine with its network, ready to infer: finds library and model, checks that engine and device are offered,
-// falls back from a missing "GPU" to "CPU", sets the properties that the engine offers. Every failure is logged here.
-// Returns null on failure. Throws std::filesystem::filesystem_error when the file system can't say whether the library
-// is there, std::bad_alloc, and what is no std::exception.
-// Thread: the caller of the first Init, or a job's. Lock: none of the helper's needed; the new engine's own is taken.
+// falls back from a missing "GPU" to "CPU", sets the properties that the engine offers. Every failure is logged here
+// but what is thrown. Returns null on failure. Throws std::filesystem::filesystem_error when the file system can't say
+// whether the library is there, std::bad_alloc, and what is no std::exception. Thread: the caller of the first Init, or
+// a job's. Lock: none of the helper's needed; the new engine's own is taken.
 std::unique_ptr<hvq::inference::PluginEngine> BringUpEngine(const BringUpRequest& request, const HelperSeams& seams);
 
 }  // namespace rvo_calyr

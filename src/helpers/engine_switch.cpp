@@ -51,14 +51,16 @@ void RvoHvqHelper::ClaimFinishedJob() {
 }
 
 void RvoHvqHelper::DispatchInitJob() {
-    m_dispatchedOption = m_option;
     // The job works on copies alone: Init may write the members while it runs.
     auto job = std::make_shared<std::packaged_task<std::unique_ptr<PluginEngine>()>>(
-        [request = BringUpRequest{m_dispatchedOption, m_modelName, m_pluginId, m_engineName, this}, seams = m_seams] {
+        [request = BringUpRequest{m_option, m_modelName, m_pluginId, m_engineName, this}, seams = m_seams] {
             return BringUpEngine(request, seams);
         });
-    m_initFuture = job->get_future();
+    auto future = job->get_future();
     m_jobs.Run([job = std::move(job)] { (*job)(); });
+    // Only now: where no memory is left for a job, none was dispatched.
+    m_initFuture = std::move(future);
+    m_dispatchedOption = m_option;
 }
 
 bool RvoHvqHelper::InstallPendingEngine() {

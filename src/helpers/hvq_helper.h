@@ -52,7 +52,10 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     // Sets m_modelName to the family's file for the option's model quality, which names one.
     virtual void SelectModelFile(const _CalyrPortraitOption& option) = 0;
 
-    // Fill the input layer with m_input and the previous mask. Returns kStatusSuccess.
+    // This and the operations behind it are steps of Infer and for nobody else: they work on its frame and its engine,
+    // with m_mutex held.
+
+    // Fills the input layer with m_input and the previous mask. Returns kStatusSuccess.
     virtual std::uint32_t SetInput();
 
     // Move one output layer each into `output`. Return kStatusSuccess; kStatusBadArguments, which is then the output's
@@ -139,7 +142,7 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     // Made by Init for one model area, zero at first.
     std::unique_ptr<std::uint8_t[]> m_referenceFrame;  // 3 × area: the frame at the last refresh
     std::unique_ptr<std::uint8_t[]> m_edgeMap;         // area: 1 in the band along the mask's outline
-    std::unique_ptr<std::uint8_t[]> m_previousMask;    // area: the mask of the last inference
+    std::unique_ptr<std::uint8_t[]> m_previousMask;    // area: the mask of the last inference with the flag
     std::unique_ptr<float[]> m_inputBuffer;            // the input layer's data: 4 × area, or more for a larger layer
     std::size_t m_inputBufferFloats = 0;
 

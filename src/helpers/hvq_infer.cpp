@@ -116,7 +116,8 @@ void RvoHvqHelper::StartTemporalStateOver() {
     m_referenceMaskSum = 0;
     m_inferCount = 0;
     m_firstFrame = true;
-    // m_skipCount and the arrays are carried over: what is compared with them next is overwritten first.
+    // m_skipCount and the arrays are carried over: the new engine's first input has the old one's mask as its fourth
+    // plane, and a first frame without the flag leaves it there.
 }
 
 void RvoHvqHelper::RunRound(RvoHvqOutput& output) {

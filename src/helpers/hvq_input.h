@@ -15,9 +15,11 @@ class RvoHvqInput {
     // that it holds nothing. `slot` is published by the caller.
     virtual void CopyToIpcRecord(calyr_ipc::InputSlot& slot) const;
 
-    std::uint8_t temporalEnabled = 0;    // other than 0: frames may be skipped while the picture stays the same
-    std::uint32_t dataSize = 0;          // bytes in `data`
-    const std::uint8_t* data = nullptr;  // three planes of width × height bytes, one after the other, no row padding
+    std::uint8_t temporalEnabled = 0;  // other than 0: frames may be skipped while the picture stays the same
+    std::uint32_t dataSize = 0;        // bytes in `data`
+    // Three planes of width × height bytes, one after the other, no row padding: readable as a whole, whatever dataSize
+    // says, as a slot is.
+    const std::uint8_t* data = nullptr;
     calyr_ipc::IpcFrameHeader header{};  // travels as it stands
 };
 

@@ -203,7 +203,7 @@ void RvoCalyrMlHost::OnInputFrame(RvoHvqInput& input) {
 void RvoCalyrMlHost::KeepOrMakeOutput(const calyr_ipc::IpcFrameHeader& header) {
     // Products only, on purpose: 640 × 360 after 360 × 640 keeps the object and with it the first frame's header.
     if (m_output && PixelCount(m_output->header) == PixelCount(header)) return;
-    // By zero alone, on purpose: parents know that type 1 sends the mask and nothing else.
+    // By zero alone, on purpose: parents know that a new object of type 1 sends the mask and nothing else.
     if (m_modelType == kFullFamily) {
         m_output = std::make_unique<RvoCalyrOutput>(header);
     } else {

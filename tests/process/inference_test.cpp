@@ -6,35 +6,20 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "ipc/channels.h"
+#include "inferring_process.h"
 #include "process_fixture.h"
 #include "scripted_double/scripted_library.h"
-#include "velmo_parent/link.h"
 
 namespace process_tests {
 namespace {
 
 using ::testing::Contains;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using velmo_parent::SendResult;
 
-constexpr std::int32_t kCpu = 1;
-constexpr std::int32_t kGpu = 2;
 constexpr char kCalls[] = "calls.txt";
-
-struct Size {
-    std::uint32_t width;
-    std::uint32_t height;
-    std::size_t Pixels() const { return std::size_t{width} * height; }
-};
-constexpr Size kSizes[] = {{256, 144}, {640, 360}};  // by model quality
 
 // The byte of a frame's first plane at a pixel. The scripted network makes that plane the mask.
 std::uint8_t PixelOf(int frame, std::size_t at) {
@@ -54,51 +39,31 @@ std::string LayersOf(Size size) {
            "\nfill segmentation copy input 0\n";
 }
 
-class ProcessInference : public ::testing::Test {
+class ProcessInference : public InferringProcess {
  protected:
-    ~ProcessInference() override { m_link.Kill(); }
+    ~ProcessInference() override {
+        m_link.Kill();
+        m_link.Close();  // before the library's folder goes
+    }
 
     // Starts the process beside a library with this script, behind which all calls are recorded.
     void Start(const std::string& script) {
         m_library.Put("hvq.script", script + "\nrecord " + kCalls + "\n");
-        for (const char* model : {"calyr_144p_input.dll", "calyr_360p_input.dll", "calyr_re_144p_input.dll",
-                                  "calyr_re_360p_input.dll", "inhouse_144p_input.dll", "inhouse_360p_input.dll"})
-            m_library.Put(model, "a network");
-        const velmo_parent::Outcome opened = m_link.Open();
-        ASSERT_TRUE(opened) << opened.Why();
-        // Once the log channel is gone, what the process says goes to its output.
-        const velmo_parent::Outcome started = m_link.StartProcess({ProcessProgram(), {}, m_output.Path(), ""});
-        ASSERT_TRUE(started) << started.Why();
+        for (const auto& family : kModelFiles)
+            for (const char* model : family)
+                m_library.Put(model, "a network");
+        StartProcess();
     }
 
     std::int32_t Init(std::int32_t modelType, std::int32_t quality, std::int32_t device) {
-        const std::size_t before = m_recorder.Inits().size();
         const std::string folder = m_library.Folder().string();
-        EXPECT_EQ(m_link.Init({device, quality, modelType, folder, folder, ""}), SendResult::Sent);
-        EXPECT_TRUE(m_recorder.AwaitInits(before + 1));
-        const auto inits = m_recorder.Inits();
-        return inits.size() > before ? inits.back().result : -1000;
+        return InferringProcess::Init(modelType, quality, device, folder, folder);
     }
 
     void Submit(int frame, Size size) {
-        const auto write = [&](calyr_ipc::InputSlot& slot) {
-            auto& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
-            record.temporalEnabled = 0;
-            record.dataSize = static_cast<std::uint32_t>(3 * size.Pixels());
-            for (std::size_t at = 0; at < size.Pixels(); ++at)
-                record.data[at] = PixelOf(frame, at);
-            std::memset(record.data + size.Pixels(), 0x33, 2 * size.Pixels());
-            record.header = {};
-            record.header.width = size.width;
-            record.header.height = size.height;
-            slot.index = 0;
-        };
-        for (;;) {
-            const SendResult result = m_link.SubmitFrame(write);
-            ASSERT_NE(result, SendResult::Closed);
-            if (result == SendResult::Sent) return;
-            std::this_thread::yield();
-        }
+        std::vector<std::uint8_t> planes = MaskOf(frame, size);
+        planes.resize(3 * size.Pixels(), 0x33);
+        InferringProcess::Submit(planes, size, Skipping::Off);
     }
 
     // That these frames, the first of which has the number `first`, give their masks in this record.
@@ -117,26 +82,7 @@ class ProcessInference : public ::testing::Test {
         }
     }
 
-    std::vector<std::string> LogTexts() const {
-        std::vector<std::string> texts;
-        for (const velmo_parent::LogLine& line : m_recorder.Lines())
-            texts.push_back(line.text);
-        return texts;
-    }
-
     std::string CallsPath() const { return (m_library.Folder() / kCalls).string(); }
-
-    void ExpectExit(std::int32_t code) {
-        const auto exit = m_link.WaitForExit(kPatienceMs);
-        ASSERT_TRUE(exit);
-        EXPECT_EQ(exit->code, code);
-        EXPECT_THAT(m_recorder.Damages(), IsEmpty());
-    }
-
-    void ExpectAGoodEnd() {
-        (void)m_link.Terminate();
-        ExpectExit(0);
-    }
 
     // Has a working process with a job that stays in the library until the file job.open is there.
     void StartWithAJob(std::int32_t modelType) {
@@ -147,14 +93,6 @@ class ProcessInference : public ::testing::Test {
     }
 
     scripted_double::ScratchLibrary m_library;
-    ScratchFile m_output;
-    Recorder m_recorder;
-    velmo_parent::Link m_link{FreshId(), m_recorder};
-};
-
-struct Model {
-    std::int32_t type;
-    std::int32_t quality;
 };
 
 class EachModel : public ProcessInference, public ::testing::WithParamInterface<Model> {};
@@ -176,11 +114,7 @@ TEST_P(EachModel, GivesMasksForFrames) {
     EXPECT_EQ(calls.substr(calls.size() - std::min(calls.size(), end.size())) == end, GetParam().type != 2);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    All, EachModel, ::testing::Values(Model{0, 0}, Model{0, 1}, Model{1, 0}, Model{1, 1}, Model{2, 0}, Model{2, 1}),
-    [](const auto& tested) {
-        return "OfType" + std::to_string(tested.param.type) + "AndQuality" + std::to_string(tested.param.quality);
-    });
+INSTANTIATE_TEST_SUITE_P(All, EachModel, ::testing::ValuesIn(kModels), NameOf);
 
 TEST_F(ProcessInference, FallsBackFromAMissingGraphicsDevice) {
     ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSizes[0]) + "devices OpenVINO CPU"));

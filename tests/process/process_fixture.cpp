@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdio>
+#include <system_error>
 #include <thread>
 
 #include "infra/module_directory.h"
@@ -16,6 +17,12 @@ std::string ProgramFolder() {
     char folder[1024] = {};
     if (infra::GetModuleDirectory(&kHere, folder, sizeof(folder)) != 0) return {};
     return std::string(folder).append(infra::g_pathSeparator);
+}
+
+std::filesystem::path ProgramFolderPath() {
+    const std::string folder = ProgramFolder();
+    // As UTF-8, whatever the system's code page.
+    return std::filesystem::path(std::u8string(folder.begin(), folder.end())).parent_path();
 }
 
 std::string ProcessProgram() {
@@ -36,6 +43,16 @@ ScratchFile::ScratchFile() : m_path(ProgramFolder() + FreshId(".txt")) {}
 
 ScratchFile::~ScratchFile() {
     (void)std::remove(m_path.c_str());
+}
+
+ScratchFolder::ScratchFolder() : m_path(ProgramFolderPath() / FreshId()) {
+    std::filesystem::remove_all(m_path);  // of a run that was killed, and had the same number
+    std::filesystem::create_directory(m_path);
+}
+
+ScratchFolder::~ScratchFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 template <class Condition>
@@ -80,13 +97,17 @@ void Recorder::OnFrameResult(const calyr_ipc::OutputSlot& slot) {
     const bool isEmpty = std::all_of(begin, end, [](std::byte byte) { return byte == std::byte{0}; });
     const std::int32_t status = slot.As<Plain>().status;
     std::vector<std::uint8_t> mask;
+    std::uint64_t stampMs = 0;
+    std::vector<float> gesture;
     if (status == 0) {
+        stampMs = slot.As<Plain>().header.stampMs;
+        if (isFull) gesture.assign(std::begin(slot.As<Full>().gesture), std::end(slot.As<Full>().gesture));
         const std::uint32_t length = isFull ? slot.As<Full>().maskLength : slot.As<Plain>().maskLength;
         const auto& bytes = slot.As<Plain>().mask;
         mask.assign(bytes, bytes + std::min<std::size_t>(length, sizeof(bytes)));
     }
     const std::lock_guard lock(m_mutex);
-    m_results.push_back({slot.index, status, isEmpty, std::move(mask)});
+    m_results.push_back({slot.index, status, isEmpty, std::move(mask), stampMs, std::move(gesture)});
     m_changed.notify_all();
 }
 
@@ -134,6 +155,11 @@ std::vector<std::string> Recorder::Damages() const {
 std::vector<Recorder::FrameResult> Recorder::Results() const {
     const std::lock_guard lock(m_mutex);
     return m_results;
+}
+
+Recorder::FrameResult Recorder::ResultAt(std::size_t at) const {
+    const std::lock_guard lock(m_mutex);
+    return m_results.at(at);
 }
 
 bool AwaitFileText(const std::string& path, const std::string& part, int times) {

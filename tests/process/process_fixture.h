@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
@@ -25,6 +26,9 @@ inline constexpr std::uint32_t kPatienceMs = 60'000;
 
 // The folder of this test program, with a separator at its end.
 std::string ProgramFolder();
+
+// The same without the separator.
+std::filesystem::path ProgramFolderPath();
 
 // The real executable, beside this program.
 std::string ProcessProgram();
@@ -50,6 +54,20 @@ class ScratchFile {
     std::string m_path;
 };
 
+// A new and empty folder in the program's folder; it goes with the object, and all that is in it.
+class ScratchFolder {
+ public:
+    ScratchFolder();
+    ~ScratchFolder();
+    ScratchFolder(const ScratchFolder&) = delete;
+    ScratchFolder& operator=(const ScratchFolder&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+
+ private:
+    std::filesystem::path m_path;
+};
+
 // Keeps what a process says, and lets a test wait for it. Every Await gives up after kPatienceMs and returns false.
 class Recorder final : public velmo_parent::LinkListener {
  public:
@@ -61,7 +79,9 @@ class Recorder final : public velmo_parent::LinkListener {
         std::int8_t index;  // which record
         std::int32_t status;
         bool isElseEmpty;                  // all that the record's fields hold is zero, but for the status
-        std::vector<std::uint8_t> mask{};  // of a good frame
+        std::vector<std::uint8_t> mask{};  // of a good frame, as are those below
+        std::uint64_t stampMs = 0;
+        std::vector<float> gesture{};  // of the full record
     };
 
     void OnHeartBeat() override;
@@ -80,6 +100,8 @@ class Recorder final : public velmo_parent::LinkListener {
     std::vector<velmo_parent::LogLine> Lines() const;
     std::vector<std::string> Damages() const;
     std::vector<FrameResult> Results() const;
+    // That with the number `at`, once it has been awaited. Copies no other.
+    FrameResult ResultAt(std::size_t at) const;
 
  private:
     template <class Condition>

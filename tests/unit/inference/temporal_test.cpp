@@ -388,10 +388,14 @@ TEST_F(Temporal, TakesTheAreaJumpAgainstTheNewSum) {
         bool refreshes;
     };
     for (const Case& one : std::vector<Case>{
-             {100, 80, true},   // 1.25
-             {100, 90, false},  // 1.11
-             {60, 66, false},   // 0.91
-             {50, 100, true},   // 0.5
+             {100, 80, true},    // 1.25
+             {121, 100, true},   // 1.21
+             {119, 100, false},  // 1.19
+             {100, 90, false},   // 1.11
+             {60, 66, false},    // 0.91
+             {81, 100, false},   // 0.81
+             {79, 100, true},    // 0.79
+             {50, 100, true},    // 0.5
          }) {
         SCOPED_TRACE(std::to_string(one.firstRows) + " to " + std::to_string(one.thenRows));
         m_library.Add("fill segmentation copy input 0");

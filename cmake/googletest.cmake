@@ -11,4 +11,7 @@ foreach(name gtest gtest_main gmock gmock_main)
   if(NOT TARGET GTest::${name})
     add_library(GTest::${name} ALIAS ${name})
   endif()
+  if(NOT MSVC)
+    target_compile_options(${name} PRIVATE -O0 -g1)  # its own work is little, compiling it is not
+  endif()
 endforeach()

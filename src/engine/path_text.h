@@ -15,8 +15,9 @@ namespace hvq::inference {
 // back into these bytes.
 std::wstring WidePathText(const std::filesystem::path& path, platform::TextConversion& conversion);
 
-// The path in the file system's code page; on Linux the path's own bytes. Throws std::runtime_error when the code page
-// lacks one of its chars: what stands for it would name another file.
+// The path in the system's code page, which is the file system's too unless the program has changed that; on Linux the
+// path's own bytes. Throws std::runtime_error when the code page lacks one of its chars: what stands for it would name
+// another file.
 std::string NarrowPathText(const std::filesystem::path& path, const util::LoaderSeams& seams);
 
 // The path to be shown: in UTF-8, in double quotes, each double quote and backslash behind a backslash.

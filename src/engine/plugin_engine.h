@@ -85,8 +85,8 @@ class PluginEngine {
     // the next Infer has returned. Lock: whole length.
     void SetLayerData(const std::string& layerName, const void* data, const Dims& dims);
 
-    // A layer's data: 32-bit floats of its shape, the library's own, good until the next Infer. Null when the library
-    // has none. Lock: whole length.
+    // A layer's data: its elements, of 4 bytes each, the library's own, good until the next Infer. Null when the
+    // library has none. Lock: whole length.
     const void* GetLayerData(const std::string& layerName);
 
     // Runs the network. Only after a Create that succeeded: whether there is an engine is not tested. Lock: whole

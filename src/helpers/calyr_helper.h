@@ -14,9 +14,9 @@ class IRvoCalyrHelper {
  public:
     virtual ~IRvoCalyrHelper() = default;
 
-    // Brings up an engine by `option`, or asks for another one. `option` is valid for the call. Throws what asking a
-    // new engine for its layers throws (std::exception), filesystem errors, and std::bad_alloc; what becomes of that is
-    // the host's to say.
+    // Brings up an engine by `option`, or asks for another one. `option` is valid for the call. Throws what asking the
+    // engine for its input's shape throws (std::exception), filesystem errors, and std::bad_alloc; what becomes of that
+    // is the host's to say.
     // Thread: the entry thread. Lock: the host's m_ipcMutex held, so that no frame comes meanwhile.
     virtual std::uint32_t Init(const _CalyrPortraitOption& option) = 0;
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdint>
-
 #include "helpers/hvq_helper.h"
 #include "infra/singleton.h"
 

@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <string>
 
 #include "helpers/calyr_output.h"
 #include "helpers/layer_names.h"
@@ -23,16 +22,6 @@ constexpr std::size_t kLutVerticesDims = 3;
 constexpr std::uint64_t kAxes = 3;
 constexpr std::uint64_t kColours = 33;  // per axis
 
-// As strings, so that no frame pays for making them.
-const std::string& LutName() {
-    static const std::string& name = *new std::string(kLutLayer);
-    return name;
-}
-const std::string& LutVerticesName() {
-    static const std::string& name = *new std::string(kLutVerticesLayer);
-    return name;
-}
-
 }  // namespace
 
 RvoCalyrHvqReHelper::RvoCalyrHvqReHelper(const HelperSeams& seams) : RvoHvqHelper(kPluginId, seams) {}
@@ -42,7 +31,7 @@ void RvoCalyrHvqReHelper::SelectModelFile(const _CalyrPortraitOption& option) {
 }
 
 std::uint32_t RvoCalyrHvqReHelper::SetLut(RvoHvqOutput& output) {
-    const void* const lut = Engine().GetLayerData(LutName());
+    const void* const lut = Engine().GetLayerData(kLutLayer);
     if (lut == nullptr) {
         if (Seams().limits.noLut.IsDue()) {
             // It names the other operation, and whoever looks for it knows it by that.
@@ -50,9 +39,9 @@ std::uint32_t RvoCalyrHvqReHelper::SetLut(RvoHvqOutput& output) {
         }
         return Refuse(output);
     }
-    const void* const vertices = Engine().GetLayerData(LutVerticesName());
-    const Dims dims = Engine().GetLayerDims(LutName());
-    const Dims verticesDims = Engine().GetLayerDims(LutVerticesName());
+    const void* const vertices = Engine().GetLayerData(kLutVerticesLayer);
+    const Dims dims = Engine().GetLayerDims(kLutLayer);
+    const Dims verticesDims = Engine().GetLayerDims(kLutVerticesLayer);
     if (dims.size() != kLutDims || verticesDims.size() != kLutVerticesDims) {
         if (Seams().limits.otherLutDims.IsDue()) {
             LogLine("RvoCalyrHvqReHelper::SetLut()")

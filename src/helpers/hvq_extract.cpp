@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
-#include <string>
 
 #include "helpers/calyr_output.h"
 #include "helpers/hvq_helper.h"
@@ -22,24 +21,6 @@ namespace rvo_calyr {
 namespace {
 
 using hvq::inference::Dims;
-
-// As strings, so that no frame pays for making them.
-const std::string& MaskName() {
-    static const std::string& name = *new std::string(kSegmentationLayer);
-    return name;
-}
-const std::string& LandmarksName() {
-    static const std::string& name = *new std::string(kLandmarksLayer);
-    return name;
-}
-const std::string& MotionName() {
-    static const std::string& name = *new std::string(kMotionLayer);
-    return name;
-}
-const std::string& GestureName() {
-    static const std::string& name = *new std::string(kGestureLayer);
-    return name;
-}
 
 constexpr std::size_t kLandmarksDims = 5;
 constexpr std::int32_t kRefreshInterval = 10;  // inferences
@@ -62,36 +43,48 @@ std::uint32_t RvoHvqHelper::Refuse(RvoHvqOutput& output) {
 }
 
 std::uint32_t RvoHvqHelper::SetMask(RvoHvqOutput& output) {
+    if (m_needInfer == 0 && m_previousMask) return RepeatMask(output);
+
+    const float* const layer = MaskLayer(output);
+    if (layer == nullptr) return kStatusBadArguments;
     const std::size_t area = ModelArea();
     const std::span<std::uint8_t> mask = output.MaskBytes();
-    const auto refuseLength = [&](std::uint64_t length) {
-        if (m_seams.limits.otherMaskLength.IsDue()) {
-            LogLine("RvoHvqHelper::SetMask(), mask length not match")
-                .Value("outputMaskLength", PixelCount(output.header))
-                .Value("maskLen", length)
-                .This(this)
-                .Log(kErrorLevel);
-        }
-        return Refuse(output);
-    };
-
-    if (m_needInfer == 0 && m_previousMask) {
-        if (mask.size() != area) return refuseLength(area);
-        std::memcpy(mask.data(), m_previousMask.get(), area);
-        output.status = static_cast<std::int32_t>(kStatusSuccess);
-        return kStatusSuccess;
+    output.header.stampMs = static_cast<std::uint64_t>(infra::NowMs(m_seams.clock));
+    if (m_input->temporalEnabled != 0) {
+        // Both masks from the layer's floats, in one pass over them.
+        const std::uint64_t sum = ConvertMask({layer, area}, mask, {m_previousMask.get(), area});
+        KeepTemporalState(output, static_cast<std::int32_t>(sum));  // fits: 255 for each of 230,400 pixels at most
+    } else {
+        ConvertMask({layer, area}, mask);  // the network goes on without a previous mask, as it is used to
     }
+    ++m_inferCount;
+    output.status = static_cast<std::int32_t>(kStatusSuccess);
+    m_firstFrame = false;
+    return kStatusSuccess;
+}
 
-    const auto* const layer = static_cast<const float*>(m_engine->GetLayerData(MaskName()));
+std::uint32_t RvoHvqHelper::RepeatMask(RvoHvqOutput& output) {
+    const std::size_t area = ModelArea();
+    const std::span<std::uint8_t> mask = output.MaskBytes();
+    if (mask.size() != area) return RefuseMaskLength(output, area);
+    std::memcpy(mask.data(), m_previousMask.get(), area);
+    output.status = static_cast<std::int32_t>(kStatusSuccess);
+    return kStatusSuccess;
+}
+
+const float* RvoHvqHelper::MaskLayer(RvoHvqOutput& output) {
+    const auto* const layer = static_cast<const float*>(m_engine->GetLayerData(kSegmentationLayer));
     if (layer == nullptr) {
         if (m_seams.limits.noMask.IsDue()) {
             LogLine("RvoHvqHelper::SetMask(), maskName segmentation not exists").This(this).Log(kErrorLevel);
         }
-        return Refuse(output);
+        Refuse(output);
+        return nullptr;
     }
-    const Dims dims = m_engine->GetLayerDims(MaskName());
+    const Dims dims = m_engine->GetLayerDims(kSegmentationLayer);
     const std::uint64_t height = DimOf(dims, 2);
     const std::uint64_t width = DimOf(dims, 3);
+    const std::size_t area = ModelArea();
     if (ProductOf({height, width}) != area) {
         if (m_seams.limits.otherMaskSize.IsDue()) {
             LogLine("RvoHvqHelper::SetMask(), [outputWidth/outputHeight]=[")
@@ -106,22 +99,25 @@ std::uint32_t RvoHvqHelper::SetMask(RvoHvqOutput& output) {
                 .This(this)
                 .Log(kErrorLevel);
         }
-        return Refuse(output);
+        Refuse(output);
+        return nullptr;
     }
-    if (PixelCount(output.header) != area || mask.size() != area) return refuseLength(area);
+    if (PixelCount(output.header) != area || output.MaskBytes().size() != area) {
+        RefuseMaskLength(output, area);
+        return nullptr;
+    }
+    return layer;
+}
 
-    output.header.stampMs = static_cast<std::uint64_t>(infra::NowMs(m_seams.clock));
-    if (m_input->temporalEnabled != 0) {
-        // Both masks from the layer's floats, in one pass over them.
-        const std::uint64_t sum = ConvertMask({layer, area}, mask, {m_previousMask.get(), area});
-        KeepTemporalState(output, static_cast<std::int32_t>(sum));  // fits: 255 for each of 230,400 pixels at most
-    } else {
-        ConvertMask({layer, area}, mask);  // the network goes on without a previous mask, as it is used to
+std::uint32_t RvoHvqHelper::RefuseMaskLength(RvoHvqOutput& output, std::uint64_t length) {
+    if (m_seams.limits.otherMaskLength.IsDue()) {
+        LogLine("RvoHvqHelper::SetMask(), mask length not match")
+            .Value("outputMaskLength", PixelCount(output.header))
+            .Value("maskLen", length)
+            .This(this)
+            .Log(kErrorLevel);
     }
-    ++m_inferCount;
-    output.status = static_cast<std::int32_t>(kStatusSuccess);
-    m_firstFrame = false;
-    return kStatusSuccess;
+    return Refuse(output);
 }
 
 void RvoHvqHelper::KeepTemporalState(const RvoHvqOutput& output, std::int32_t sum) {
@@ -137,7 +133,7 @@ void RvoHvqHelper::KeepTemporalState(const RvoHvqOutput& output, std::int32_t su
 }
 
 std::uint32_t RvoHvqHelper::SetLandmarks(RvoHvqOutput& output) {
-    const void* const layer = m_engine->GetLayerData(LandmarksName());
+    const void* const layer = m_engine->GetLayerData(kLandmarksLayer);
     if (layer == nullptr) {
         if (m_seams.limits.noLandmarks.IsDue()) {
             LogLine("RvoHvqHelper::SetLandmarks(), landmarksName faces_and_landmarks not exists")
@@ -146,7 +142,7 @@ std::uint32_t RvoHvqHelper::SetLandmarks(RvoHvqOutput& output) {
         }
         return Refuse(output);
     }
-    const Dims dims = m_engine->GetLayerDims(LandmarksName());
+    const Dims dims = m_engine->GetLayerDims(kLandmarksLayer);
     if (dims.size() != kLandmarksDims) {
         if (m_seams.limits.otherLandmarksDims.IsDue()) {
             LogLine("RvoHvqHelper::SetLandmarks(), shape size incorrect")
@@ -177,7 +173,7 @@ std::uint32_t RvoHvqHelper::SetLandmarks(RvoHvqOutput& output) {
 }
 
 std::uint32_t RvoHvqHelper::SetMotion(RvoHvqOutput& output) {
-    const void* const layer = m_engine->GetLayerData(MotionName());
+    const void* const layer = m_engine->GetLayerData(kMotionLayer);
     if (layer == nullptr) {
         if (m_seams.limits.noMotion.IsDue()) {
             LogLine("RvoHvqHelper::SetMotion(), motionName motion not exists").This(this).Log(kErrorLevel);
@@ -191,14 +187,14 @@ std::uint32_t RvoHvqHelper::SetMotion(RvoHvqOutput& output) {
 }
 
 std::uint32_t RvoHvqHelper::SetGesture(RvoHvqOutput& output) {
-    const void* const layer = m_engine->GetLayerData(GestureName());
+    const void* const layer = m_engine->GetLayerData(kGestureLayer);
     if (layer == nullptr) {
         if (m_seams.limits.noGesture.IsDue()) {
             LogLine("RvoHvqHelper::SetGesture(), gestureName gesture not exists").This(this).Log(kErrorLevel);
         }
         return Refuse(output);
     }
-    const std::uint64_t gestures = DimOf(m_engine->GetLayerDims(GestureName()), 1);
+    const std::uint64_t gestures = DimOf(m_engine->GetLayerDims(kGestureLayer), 1);
     if (gestures != kGestureFloats) {
         if (m_seams.limits.otherGestureSize.IsDue()) {
             // It names the other operation, and whoever looks for it knows it by that.

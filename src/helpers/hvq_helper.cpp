@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "helpers/engine_bring_up.h"
+#include "helpers/hvq_input.h"
 #include "helpers/layer_names.h"
 #include "helpers/model_tables.h"
 #include "helpers/option_changed.h"
@@ -18,7 +19,6 @@ namespace {
 constexpr std::int64_t kReportRounds = 100;
 constexpr std::size_t kHeightDimension = 2;  // of batch, channels, height, width
 constexpr std::size_t kWidthDimension = 3;
-constexpr std::size_t kFramePlanes = 3;
 constexpr std::size_t kInputPlanes = 4;  // the frame's, and the previous mask
 
 // Above this a side can't be a picture's, and no product below overflows.

@@ -34,17 +34,17 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     RvoHvqHelper(const RvoHvqHelper&) = delete;
     RvoHvqHelper& operator=(const RvoHvqHelper&) = delete;
 
-    // The first engine is made here and now; for every later one that differs a job is started, and SwitchEngine
-    // installs what it made. Returns kStatusSuccess when an engine is there whose input fits the option's model
-    // quality, or when there is nothing to do; kStatusBadArguments for an option whose numbers name nothing, and when
-    // the input does not fit; kStatusNoEngine. Throws what the engine says to being asked for its input's shape,
+    // The first engine is made here and now; later ones by a job, one at a time, and SwitchEngine installs what it
+    // made. Returns kStatusSuccess when an engine is there whose input fits the option's model quality, or when there
+    // is nothing to do; kStatusBadArguments for an option whose numbers name nothing, and when the input does not fit;
+    // kStatusNoEngine. Throws what the engine says to being asked for its input's shape,
     // std::filesystem::filesystem_error, and std::bad_alloc.
     std::uint32_t Init(const _CalyrPortraitOption& option) override;
 
     // Returns kStatusSuccess for a round, whose outcome is in the output's own status; kStatusBadArguments for null,
     // and for a frame that does not fit the model; kStatusNoEngine; kStatusInferenceFailed when the engine threw.
     // Statuses kStatusBadArguments and kStatusNoEngine leave the output alone. Throws what a job threw that no bring-up
-    // catches.
+    // catches, and std::bad_alloc when there is no memory for a job.
     std::uint32_t Infer(const RvoHvqInput* input, RvoHvqOutput* output) override;
 
     void Reserved() override {}
@@ -52,15 +52,16 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     // Sets m_modelName to the family's file for the option's model quality, which names one.
     virtual void SelectModelFile(const _CalyrPortraitOption& option) = 0;
 
-    // This and the operations behind it are steps of Infer and for nobody else: they work on its frame and its engine,
-    // with m_mutex held.
+    // SetInput and the operations behind it are steps of Infer and for nobody else: they work on its frame and its
+    // engine, with m_mutex held.
 
     // Fills the input layer with m_input and the previous mask. Returns kStatusSuccess.
     virtual std::uint32_t SetInput();
 
     // Move one output layer each into `output`. Return kStatusSuccess; kStatusBadArguments, which is then the output's
-    // status too, for a layer that is missing or of another shape; kStatusNotSupported when the family does not have
-    // it. What `output` has no member for is checked and left out. Throw what the engine throws.
+    // status too, for a layer that is missing or of another shape, and for an output of another size than the model's;
+    // kStatusNotSupported when the family does not have it. What `output` has no member for is checked and left out.
+    // Throw what the engine throws.
     // Thread: the frame reader. Lock: m_mutex held.
     virtual std::uint32_t SetMask(RvoHvqOutput& output);
     virtual std::uint32_t SetLandmarks(RvoHvqOutput& output);
@@ -68,20 +69,19 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     virtual std::uint32_t SetGesture(RvoHvqOutput& output);
     virtual std::uint32_t SetLut(RvoHvqOutput& output);
 
-    // All five in the order of a round. Returns kStatusSuccess whatever they did. Lock: m_mutex held.
+    // All five in the order of a round. Returns kStatusSuccess whatever they did. Not called by Infer, which has a
+    // round written out. Lock: m_mutex held.
     std::uint32_t SetOutput(RvoHvqOutput& output);
 
  protected:
     hvq::inference::PluginEngine& Engine() { return *m_engine; }
     const HelperSeams& Seams() const { return m_seams; }
 
-    // Fills the input layer; both families of SetInput are this.
+    // Fills the input layer: what SetInput does, here and in the family that has its own.
     void FillInputLayer();
 
     // Gives the output the status of a layer that does not fit, and returns it.
     static std::uint32_t Refuse(RvoHvqOutput& output);
-
-    std::string m_modelName;  // file name of the model, set by SelectModelFile
 
  private:
     // Whether the input of the engine in use fits the option's model quality. The helper then works at its size.
@@ -91,7 +91,8 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     // changed.
     void MakeArrays(std::size_t area);
 
-    // Makes an engine by `option`; null on failure. Lock: m_mutex held, as it reads m_modelName.
+    // Makes an engine by `option`; null on failure. Throws std::filesystem::filesystem_error when nobody can tell
+    // whether the model is there. Lock: m_mutex held, as it reads m_modelName.
     std::unique_ptr<hvq::inference::PluginEngine> InitHvq(const _CalyrPortraitOption& option);
 
     // Starts a job that makes an engine by m_option. Lock: m_mutex held.
@@ -111,6 +112,13 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     void DecideWhetherToInfer();
     void RunNetwork();
     void EnlargeInputBuffer(std::uint64_t floats);
+
+    // The mask's floats when they are of the frame's size; null, and the output refused, when not.
+    const float* MaskLayer(RvoHvqOutput& output);
+    std::uint32_t RefuseMaskLength(RvoHvqOutput& output, std::uint64_t length);
+
+    // Gives a skipped frame the mask of the last inference.
+    std::uint32_t RepeatMask(RvoHvqOutput& output);
 
     // Keeps what the next frames are compared with and the network is given next. Lock: m_mutex held.
     void KeepTemporalState(const RvoHvqOutput& output, std::int32_t sum);
@@ -152,6 +160,11 @@ class RvoHvqHelper : public IRvoCalyrHelper {
     std::unique_ptr<hvq::inference::PluginEngine> m_engine;                   // the one in use
     std::unique_ptr<hvq::inference::PluginEngine> m_pendingEngine;            // one that waits for its swap
     std::future<std::unique_ptr<hvq::inference::PluginEngine>> m_initFuture;  // a job that runs, or was not claimed
+
+ protected:
+    std::string m_modelName;  // file name of the model, set by SelectModelFile
+
+ private:
     JobThread m_jobs;  // last, so that it ends before what a job's result goes to
 };
 

@@ -19,7 +19,6 @@
 namespace rvo_calyr {
 namespace {
 
-constexpr std::uint64_t kFramePlanes = 3;
 constexpr std::uint64_t kDetectionMode = 2;  // there is no other
 // 1 GiB. A layer beyond it is none that a frame is meant for.
 constexpr std::uint64_t kMostInputFloats = 1u << 28;
@@ -134,7 +133,12 @@ void RvoHvqHelper::RunRound(RvoHvqOutput& output) {
     }
 
     const std::int64_t outputNs = infra::NowNs(m_seams.clock);
-    (void)SetOutput(output);  // also when skipped; what was found is in the output's own status
+    // Also when skipped; what they found is in the output's own status.
+    (void)SetMask(output);
+    (void)SetGesture(output);
+    (void)SetMotion(output);
+    (void)SetLandmarks(output);
+    (void)SetLut(output);
     m_runtimeMetrics.RecordPostprocess(infra::ElapsedMs(outputNs, m_seams.clock));
     if (const std::string summary = m_runtimeMetrics.FinishRound(); !summary.empty()) {
         LogLine("RvoHvqHelper::Infer(), ").Text(summary).This(this).Log(kInfoLevel);
@@ -152,7 +156,7 @@ void RvoHvqHelper::DecideWhetherToInfer() {
 
 void RvoHvqHelper::RunNetwork() {
     const std::int64_t inferNs = infra::NowNs(m_seams.clock);
-    m_engine->Infer();
+    m_engine->Infer();  // asks for the library's exception, too, under the same lock
     if (m_seams.limits.firstInference.IsDue()) LogLine("RvoHvqHelper::Infer() TF").This(this).Log(kInfoLevel);
     m_runtimeMetrics.RecordInfer(infra::ElapsedMs(inferNs, m_seams.clock));
 }

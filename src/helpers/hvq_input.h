@@ -1,10 +1,13 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "ipc/records/frame_records.h"
 
 namespace rvo_calyr {
+
+inline constexpr std::size_t kFramePlanes = 3;
 
 // One frame on its way to a helper. Owns nothing: `data` points into the slot that the frame came in, and is valid
 // while the slot is held. Thread: one at a time.

@@ -17,6 +17,7 @@ void RvoInhouseHvqHelper::SelectModelFile(const _CalyrPortraitOption& option) {
     m_modelName = kModelFiles[option.modelQuality];
 }
 
+// The family has an operation of its own, which so far does the same.
 std::uint32_t RvoInhouseHvqHelper::SetInput() {
     FillInputLayer();
     return kStatusSuccess;

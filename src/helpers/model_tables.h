@@ -11,12 +11,10 @@ namespace rvo_calyr {
 // By `deviceType`: the device that the engine is to run on, as the engine calls it.
 inline constexpr const char* kDeviceNames[] = {"AUTO", "CPU", "GPU", "NPU"};
 
-// By `modelQuality`: the size of the model's input in pixels, and the part of its file's name that tells it.
+// By `modelQuality`: the size of the model's input in pixels.
 inline constexpr std::int32_t kModelWidths[] = {256, 640};
 inline constexpr std::int32_t kModelHeights[] = {144, 360};
-inline constexpr const char* kModelFileNameParts[] = {"144p", "360p"};
-static_assert(std::size(kModelWidths) == std::size(kModelHeights) &&
-              std::size(kModelWidths) == std::size(kModelFileNameParts));
+static_assert(std::size(kModelWidths) == std::size(kModelHeights));
 
 // Whether kDeviceNames has a row for this `deviceType`.
 constexpr bool NamesADevice(std::int32_t deviceType) {

@@ -3,8 +3,8 @@
 #include <cstdint>
 
 // The numbers that a helper's operations answer with. They are bare numbers on the wire too: as the result of an Init
-// and, signed, as the status of a frame's record. There only 0, 2 and 4 occur: 3 and 7 are what Infer answers, which no
-// record tells, and leave the output's own status as it was.
+// (0, 2 or 3) and, signed, as the status of a frame's record (0, 2 or 4). A record never tells what Infer answers: its
+// own 2 and 3 leave the output's status as it was. So does 7, the answer of a step of Infer.
 namespace rvo_calyr {
 
 inline constexpr std::uint32_t kStatusSuccess = 0;          // also when Init had nothing to do

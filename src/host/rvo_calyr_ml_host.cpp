@@ -137,9 +137,7 @@ void RvoCalyrMlHost::Init(const _CalyrPortraitOption& option) {
         // A parent that does not read its events misses this one, by design.
         (void)m_eventChannel->Send(writeOnInit, kKeepOldest, calyr_ipc::kEventSendTimeoutMs);
     }
-    char message[64];
-    infra::TextFormator(message, sizeof(message)) << "RvoCalyrMlHost::Init() ret=" << status;
-    LogLine(message).This(this).Log(kInfoLevel);
+    LogLine("RvoCalyrMlHost::Init() ret=").Text(status).This(this).Log(kInfoLevel);
 }
 
 std::uint32_t RvoCalyrMlHost::InitHelper(const _CalyrPortraitOption& option) {

@@ -266,7 +266,7 @@ std::uint8_t hvqHasException(void* engine) {
 void hvqGetExceptionStringLength(void* engine, std::uint64_t* lengthOut) {
     Turn turn(Function::hvqGetExceptionStringLength, engine, Pointer{lengthOut});
     const std::string* const pending = turn.Pending();
-    *lengthOut = turn.Answer(pending == nullptr ? std::uint64_t{0} : static_cast<std::uint64_t>(pending->size()));
+    turn.Write(lengthOut, pending == nullptr ? std::uint64_t{0} : static_cast<std::uint64_t>(pending->size()));
 }
 
 void hvqGetExceptionString(void* engine, char* buffer) {

@@ -83,6 +83,16 @@ void Turn::Write(std::int32_t* result, std::size_t position, std::int32_t own) c
     }
 }
 
+void Turn::Write(std::uint64_t* result, std::uint64_t own) const {
+    if (result == nullptr) return;
+    const Rule* const rule = AnswerRule();
+    if (rule == nullptr) {
+        *result = own;
+    } else if (const std::optional<std::int64_t>& answer = rule->answers.front()) {
+        *result = static_cast<std::uint64_t>(*answer);
+    }
+}
+
 void Turn::Complain(const std::string& text) {
     if (m_engine == nullptr) {
         m_library.m_failedCreations.insert_or_assign(std::this_thread::get_id(), text);

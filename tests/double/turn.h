@@ -45,6 +45,9 @@ class Turn {
     // `result` may be null.
     void Write(std::int32_t* result, std::size_t position, std::int32_t own) const;
 
+    // The same for a function with one result.
+    void Write(std::uint64_t* result, std::uint64_t own) const;
+
     // Makes `text` pending: for the engine, unless a text is pending already; or for this thread's creations when there
     // is no engine.
     void Complain(const std::string& text);

@@ -69,7 +69,8 @@ TEST(CommandBytes, IndexIsReadAsASignedByte) {
     EXPECT_EQ(RequireAlternative(*ByteImage(3100).Put8(3096, 3).As<CommandSlot>()), 3);
     EXPECT_EQ(RequireAlternative(*ByteImage(3100).Put8(3096, 0x7F).As<CommandSlot>()), 127);
     EXPECT_EQ(RequireAlternative(*ByteImage(3100).Put8(3096, 0xFE).As<CommandSlot>()), -2);
-    EXPECT_THROW((void)RequireAlternative(*ByteImage(3100).Put8(3096, 0xFF).As<CommandSlot>()), BadVariantAccess);
+    EXPECT_THROW((void)RequireAlternative(*ByteImage(3100).Put8(3096, 0xFF).As<CommandSlot>()),
+                 std::bad_variant_access);
 }
 
 TEST(EventBytes, OnInitIsWrittenWhereThePeerReadsIt) {

@@ -54,16 +54,13 @@ struct VariantSlot {
     std::byte padding[kAlignment - 1];  // spelled out, so that the size is the same for every compiler
 };
 
-// What a reader of a slot that holds no alternative throws. Nothing catches it: the peer's writer broke the protocol,
-// and the process ends.
-using BadVariantAccess = std::bad_variant_access;
-
-// The index of `slot`, read once: use the result, the peer may change the slot. Throws BadVariantAccess when it is -1.
-// Any other value is given as it is, also one that names no alternative.
+// The index of `slot`, read once: use the result, the peer may change the slot. Any value but -1 is given as it is,
+// also one that names no alternative. Throws std::bad_variant_access for -1; nothing catches it: the peer's writer
+// broke the protocol, and the process ends.
 template <class... Records>
 std::int8_t RequireAlternative(const VariantSlot<Records...>& slot) {
     const std::int8_t index = ipc::ReadOnce(slot.index);
-    if (index == kNoAlternative) throw BadVariantAccess();
+    if (index == kNoAlternative) throw std::bad_variant_access();
     return index;
 }
 

@@ -1,8 +1,10 @@
 #include <cstdint>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "facade_fixture.h"
+#include "support/watchdog.h"
 
 namespace facade_tests {
 namespace {
@@ -119,6 +121,14 @@ TEST_F(Layers, WorkOnAfterAFailedInference) {
     EXPECT_NO_THROW(facade.engine.Infer());
 }
 
+TEST_F(Layers, AreFreeForOtherThreadsAfterAThrow) {
+    facade.library.Add("fail hvqInfer 1 broken");
+    EXPECT_EQ(TextThrownBy([&] { facade.engine.Infer(); }), "broken");
+
+    const support::Watchdog watchdog;
+    std::thread([&] { EXPECT_NE(facade.engine.GetLayerData("out"), nullptr); }).join();
+}
+
 TEST(LayersWithoutEngine, AreRefused) {
     hvq::inference::PluginEngine engine;
 
@@ -157,6 +167,14 @@ TEST(CheckException, ClearsTheTextInTheLibraryBeforeItThrows) {
 
 TEST(CheckException, ThrowsAnEmptyTextToo) {
     Facade facade("fail hvqInfer 1 \"\"");
+    facade.CreateWithNetwork();
+
+    EXPECT_EQ(TextThrownBy([&] { facade.engine.Infer(); }), "");
+}
+
+TEST(CheckException, TakesALengthThatTheLibraryDoesNotWriteForNone) {
+    Facade facade(
+        "fail hvqInfer 1 broken\nanswer hvqGetExceptionStringLength 1 unwritten\nfail hvqGetExceptionString 1 x");
     facade.CreateWithNetwork();
 
     EXPECT_EQ(TextThrownBy([&] { facade.engine.Infer(); }), "");

@@ -10,6 +10,18 @@
 namespace rvo_calyr {
 namespace {
 
+TEST(PortraitOption, NamesNothingThatCanBeMadeUntilItIsSet) {
+    const _CalyrPortraitOption option;
+    EXPECT_EQ(option.flag0, 1);
+    EXPECT_EQ(option.flag1, 0);
+    EXPECT_EQ(option.flag2, 1);
+    EXPECT_EQ(option.deviceType, 2);
+    EXPECT_EQ(option.modelQuality, 3);
+    EXPECT_EQ(option.modelType, 0);
+    for (const char* const text : {option.modelPath, option.enginePath, option.gpuCachePath})
+        EXPECT_STREQ(text, "");
+}
+
 // On the heap, one block each, so that a read beyond the last text is a read beyond a block.
 class Options : public ::testing::Test {
  protected:

@@ -29,7 +29,6 @@ TEST(FamilySingletons, BeginWithWhatAllFamiliesShare) {
 class Families : public Inference {};
 
 TEST_F(Families, SayTheSameUnderTheirOwnNames) {
-    // The layers that a family lacks are not asked for, and no family minds those of another.
     const Frame frame;
     RvoCalyrOutput output(frame.input.header);
     const auto works = [&](std::unique_ptr<RvoHvqHelper> helper) {

@@ -216,6 +216,21 @@ TEST_F(Infer, CallsTheEngineInItsOrder) {
     EXPECT_EQ(m_output.status, 0);
 }
 
+TEST_F(Infer, AsksOnceWhetherTheInferenceFailed) {
+    RvoCalyrHvqHelper helper(Seams());
+    InitGood(helper);
+    const Frame frame;
+
+    EXPECT_EQ(helper.Infer(&frame.input, &m_output), 0U);
+
+    const std::vector<scripted_double::Call> calls = m_library.Calls();
+    const auto infer =
+        std::find_if(calls.begin(), calls.end(), [](const auto& call) { return call.text == "hvqInfer 2"; });
+    ASSERT_GE(calls.end() - infer, 3);
+    EXPECT_EQ(infer[1].text, "hvqHasException 2");
+    EXPECT_EQ(infer[2].text, "hvqGetLayerData 2 \"segmentation\"");
+}
+
 TEST_F(Infer, LogsTheFirstInferenceOfTheProcessOnce) {
     RvoCalyrHvqHelper first(Seams());
     InitGood(first);

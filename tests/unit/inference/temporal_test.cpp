@@ -380,8 +380,8 @@ TEST_F(Temporal, AfterAFailedInferenceStartsTheNextRunOfSkips) {
 }
 
 TEST_F(Temporal, TakesTheAreaJumpAgainstTheNewSum) {
-    // A constant mask has no edge, so that only the refresh's trace in the reference can be seen: not at all. The sums
-    // show in the edge of a mask that is half full.
+    // A refresh shows in what the next frame is compared with: the reference, along the edge of a mask that is not
+    // full.
     struct Case {
         std::size_t firstRows;
         std::size_t thenRows;

@@ -40,7 +40,7 @@ TEST(VariantSlot, ThrowsWhenItHoldsNoAlternative) {
     Slot slot{};
     slot.index = calyr_ipc::kNoAlternative;
 
-    EXPECT_THROW((void)calyr_ipc::RequireAlternative(slot), calyr_ipc::BadVariantAccess);
+    EXPECT_THROW((void)calyr_ipc::RequireAlternative(slot), std::bad_variant_access);
 }
 
 TEST(VariantSlot, GivesEveryOtherIndexAsItIs) {

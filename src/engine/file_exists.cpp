@@ -1,6 +1,7 @@
 #include "engine/file_exists.h"
 
 #include <optional>
+#include <system_error>
 
 namespace hvq::util {
 
@@ -19,6 +20,13 @@ bool FileExists(const std::wstring& path, const LoaderSeams& seams) noexcept {
     } catch (...) {
         return false;
     }
+}
+
+bool PathExists(const std::filesystem::path& path, const LoaderSeams& seams) {
+    std::error_code error;
+    const std::filesystem::file_status status = seams.files.Status(path, error);
+    if (!std::filesystem::status_known(status)) throw std::filesystem::filesystem_error("exists", path, error);
+    return std::filesystem::exists(status);
 }
 
 }  // namespace hvq::util

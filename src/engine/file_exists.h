@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 #include "engine/loader_seams.h"
@@ -10,5 +11,9 @@ namespace hvq::util {
 // Narrow paths are read by the file system's code page. Thread: any.
 bool FileExists(const std::string& path, const LoaderSeams& seams = {}) noexcept;
 bool FileExists(const std::wstring& path, const LoaderSeams& seams = {}) noexcept;
+
+// The same for callers that have to know when the system can't tell: throws std::filesystem::filesystem_error for the
+// operation "exists" then, as std::filesystem::exists does. Thread: any.
+bool PathExists(const std::filesystem::path& path, const LoaderSeams& seams = {});
 
 }  // namespace hvq::util

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <stdexcept>
-#include <system_error>
 #include <utility>
 
 #include "engine/bind_functions.h"
@@ -25,14 +24,6 @@ bool Contains(const List& list, const std::string& text) {
     return std::find(list.begin(), list.end(), text) != list.end();
 }
 
-// Whether there is a file at `path`, following links. What the file system could not say is thrown.
-bool Exists(const std::filesystem::path& path) {
-    std::error_code error;
-    const std::filesystem::file_status status = std::filesystem::status(path, error);
-    if (!std::filesystem::status_known(status)) throw std::filesystem::filesystem_error("exists", path, error);
-    return std::filesystem::exists(status);
-}
-
 // An indexed list: fetch(i) gives one text.
 template <typename Fetch>
 List FetchList(std::int32_t number, const Fetch& fetch) {
@@ -48,7 +39,7 @@ PluginEngine::PluginEngine(const util::LoaderSeams& seams) : m_seams(seams) {}
 
 void PluginEngine::Create(const std::filesystem::path& libraryPath, void* loaderFirst, void* loaderSecond) {
     const std::lock_guard lock(m_mutex);
-    if (!Exists(libraryPath)) {
+    if (!util::PathExists(libraryPath, m_seams)) {
         throw std::runtime_error(QuotedPathText(libraryPath, m_seams.conversion) + " not exists.");
     }
     const std::wstring widePath = WidePathText(libraryPath, m_seams.conversion);

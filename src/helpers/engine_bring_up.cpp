@@ -9,6 +9,7 @@
 #include <string>
 #include <type_traits>
 
+#include "engine/file_exists.h"
 #include "helpers/model_tables.h"
 #include "infra/log_line.h"
 #include "infra/module_directory.h"
@@ -78,7 +79,7 @@ class BringUp {
             .Value("gpuCachePath", m_paths.cache)
             .This(m_request.helper)
             .Log(kInfoLevel);
-        if (!std::filesystem::exists(library)) {
+        if (!hvq::util::PathExists(library, m_seams.loader)) {
             LogLine("RvoHvqHelper::InitHvq(), hvq lib not exists").This(m_request.helper).Log(kErrorLevel);
             return nullptr;
         }

@@ -2,10 +2,12 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <istream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 
 namespace platform {
 
@@ -39,6 +41,10 @@ class FileViews {
 
     // Whether something stands at this path, links followed. False also for whatever keeps the system from telling.
     virtual bool Exists(const std::wstring& path) = 0;
+
+    // What stands at this path, links followed. The type is not_found when nothing does, and none when something keeps
+    // the system from telling; `error` then says what. By default what the standard library finds.
+    virtual std::filesystem::file_status Status(const std::filesystem::path& path, std::error_code& error);
 
     // Opens a file to be read as a buffered stream of bytes; others may do with it what they like. Null on failure, and
     // for what is no regular file.

@@ -2,10 +2,12 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
 #include <functional>
 #include <iterator>
 #include <memory>
 #include <string>
+#include <system_error>
 
 #include "platform/file_views.h"
 
@@ -44,6 +46,17 @@ TEST_P(FileViewsContract, WhatIsNotThereDoesNotExist) {
 
     EXPECT_FALSE(Files().Exists(path + L"2"));
     EXPECT_FALSE(Files().Exists(L""));
+}
+
+TEST_P(FileViewsContract, TheStatusTellsFilesFoldersAndNothingApart) {
+    using std::filesystem::file_type;
+    const std::wstring file = m_test.put("file", "");
+    std::error_code error;
+
+    EXPECT_EQ(Files().Status(file, error).type(), file_type::regular);
+    EXPECT_EQ(Files().Status(m_test.putFolder("folder"), error).type(), file_type::directory);
+    EXPECT_EQ(Files().Status(file + L"2", error).type(), file_type::not_found);
+    EXPECT_EQ(Files().Status(L"", error).type(), file_type::not_found);
 }
 
 TEST_P(FileViewsContract, PathsEndAtTheirFirstNul) {

@@ -1,6 +1,7 @@
 #include "child_roles.h"
 
 #include <memory>
+#include <utility>
 
 #include "numbered_message.h"
 #include "platform/kernel_objects.h"
@@ -15,15 +16,33 @@ constexpr int kCannotOpen = 3;
 constexpr int kOutOfOrder = 4;
 constexpr int kNothingCame = 5;
 
+// Sets an event with the first heartbeat.
+class FirstHeartBeat final : public velmo_parent::LinkListener {
+ public:
+    explicit FirstHeartBeat(platform::NamedEvent& event) : m_event(event) {}
+    void OnHeartBeat() override {
+        if (!std::exchange(m_hasCome, true)) (void)m_event.Set();
+    }
+
+ private:
+    platform::NamedEvent& m_event;
+    bool m_hasCome = false;
+};
+
+// Sets "_step" when the link is open, when its process lives, and, told by "_gone" that the process is dead, when
+// commands wait for it.
 int Hold(const std::string& id) {
-    velmo_parent::LinkListener listener;
-    velmo_parent::Link link(id, listener, velmo_parent::HeartBeats::LeftToCaller);
-    if (!link.Open()) return kCannotOpen;
-    for (int i = 0; i < 3; ++i)
-        (void)link.Fini();
-    const auto ready = platform::SystemKernelObjects().CreateOrOpenEvent(id + "_ready");
+    const auto step = platform::SystemKernelObjects().CreateOrOpenEvent(id + "_step");
+    const auto gone = platform::SystemKernelObjects().CreateOrOpenEvent(id + "_gone");
     const auto never = platform::SystemKernelObjects().CreateOrOpenEvent(id + "_never");
-    if (!ready || !never || !ready->Set()) return kCannotOpen;
+    if (!step || !gone || !never) return kCannotOpen;
+    FirstHeartBeat listener(*step);
+    velmo_parent::Link link(id, listener, velmo_parent::HeartBeats::LeftToCaller);
+    if (!link.Open() || !step->Set()) return kCannotOpen;
+    if (gone->Wait(kPatienceMs) != platform::WaitResult::Signalled) return kNothingCame;
+    for (int i = 0; i < 3; ++i)
+        if (link.Fini() != velmo_parent::SendResult::Sent) return kNothingCame;
+    if (!step->Set()) return kCannotOpen;
     (void)never->Wait(2 * kPatienceMs);
     return 0;
 }

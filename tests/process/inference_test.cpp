@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -178,8 +179,11 @@ TEST_F(ProcessInference, SwapsTheEngineUnderARunningStreamAndLosesNoFrame) {
         return std::ranges::any_of(
             texts, [](const std::string& text) { return text.find("SwitchEngine(), [from]") != std::string::npos; });
     };
-    for (; !hasSwapped(); ++frames)
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);
+    for (; !hasSwapped(); ++frames) {
+        ASSERT_LT(std::chrono::steady_clock::now(), end) << "no swap";
         ASSERT_NO_FATAL_FAILURE(ExpectMasks(frames, 1, kSizes[0], 1));
+    }
     ExpectMasks(frames, kFrames, kSizes[0], 1);
 
     ExpectAGoodEnd();

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <new>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -17,7 +19,7 @@
 namespace support {
 
 // What a file is asked for, step by step.
-enum class FileStep { WidePath, Exists, OpenStream, Open, Size, CreateMapping, Map };
+enum class FileStep { WidePath, Exists, Status, OpenStream, Open, Size, CreateMapping, Map };
 
 // Files in memory, under exactly the paths they were put at; narrow paths are UTF-8. Fails on demand. Thread: one at a
 // time.
@@ -54,6 +56,18 @@ class FakeFileViews final : public platform::FileViews {
 
     bool Exists(const std::wstring& path) override {
         return !Fails(FileStep::Exists) && m_contents.count(path.c_str()) != 0;
+    }
+
+    std::filesystem::file_status Status(const std::filesystem::path& path, std::error_code& error) override {
+        using std::filesystem::file_type;
+        error.clear();
+        if (Fails(FileStep::Status)) {
+            error = std::make_error_code(std::errc::io_error);
+            return std::filesystem::file_status(file_type::none);
+        }
+        const auto found = m_contents.find(path.wstring());
+        if (found == m_contents.end()) return std::filesystem::file_status(file_type::not_found);
+        return std::filesystem::file_status(found->second == nullptr ? file_type::directory : file_type::regular);
     }
 
     std::unique_ptr<std::istream> OpenStream(const std::wstring& path) override {

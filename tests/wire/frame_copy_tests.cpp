@@ -63,6 +63,22 @@ void ExpectSame(const ByteImage& image, const ByteImage& expected) {
     }
 }
 
+// The slot of a frame without a result: a status, zeros up to the end of the record, which lies at `end`, and its
+// index.
+ByteImage WithoutResult(std::int32_t status, std::size_t end, std::uint8_t index) {
+    ByteImage bytes(1491000);
+    bytes.Put32(0, static_cast<std::uint32_t>(status));
+    PutZeros(bytes, 8, end);
+    bytes.Put8(1490992, index);
+    return bytes;
+}
+ByteImage MaskRecordWithoutResult(std::int32_t status) {
+    return WithoutResult(status, 230444, 0);
+}
+ByteImage FullRecordWithoutResult(std::int32_t status) {
+    return WithoutResult(status, 1490988, 1);
+}
+
 TEST(MaskRecord, HoldsHeaderAndMaskOfASuccess) {
     RvoHvqOutput output(MakeHeader(640, 360));
     output.status = 0;
@@ -100,11 +116,7 @@ TEST(MaskRecord, HoldsTheStatusOfAFailureAndZeros) {
         output.status = status;
         std::memset(output.mask.get(), 0x77, 230400);
 
-        ByteImage expected(1491000);
-        expected.Put32(0, static_cast<std::uint32_t>(status));
-        PutZeros(expected, 8, 230444);
-        expected.Put8(1490992, 0);
-        ExpectSame(Copied<OutputSlot>(output), expected);
+        ExpectSame(Copied<OutputSlot>(output), MaskRecordWithoutResult(status));
     }
 }
 
@@ -112,19 +124,11 @@ TEST(MaskRecord, OfAFrameThatIsOnePixelTooLargeIsAnEmptySuccess) {
     RvoHvqOutput output(MakeHeader(230401, 1));
     output.status = 0;
 
-    ByteImage expected(1491000);
-    expected.Put32(0, 0);
-    PutZeros(expected, 8, 230444);
-    expected.Put8(1490992, 0);
-    ExpectSame(Copied<OutputSlot>(output), expected);
+    ExpectSame(Copied<OutputSlot>(output), MaskRecordWithoutResult(0));
 }
 
 TEST(MaskRecord, OfAFreshOutputHoldsStatusFourAndZeros) {
-    ByteImage expected(1491000);
-    expected.Put32(0, 4);
-    PutZeros(expected, 8, 230444);
-    expected.Put8(1490992, 0);
-    ExpectSame(Copied<OutputSlot>(RvoHvqOutput(MakeHeader(256, 144))), expected);
+    ExpectSame(Copied<OutputSlot>(RvoHvqOutput(MakeHeader(256, 144))), MaskRecordWithoutResult(4));
 }
 
 // A full output with a value at both ends of each field.
@@ -184,11 +188,7 @@ TEST(FullRecord, HoldsTheStatusOfAFailureAndZeros) {
         output.status = status;
         FillEnds(output);
 
-        ByteImage expected(1491000);
-        expected.Put32(0, static_cast<std::uint32_t>(status));
-        PutZeros(expected, 8, 1490988);
-        expected.Put8(1490992, 1);
-        ExpectSame(Copied<OutputSlot>(output), expected);
+        ExpectSame(Copied<OutputSlot>(output), FullRecordWithoutResult(status));
     }
 }
 
@@ -197,11 +197,7 @@ TEST(FullRecord, OfAFrameThatIsOnePixelTooLargeIsAnEmptySuccess) {
     output.status = 0;
     FillEnds(output);
 
-    ByteImage expected(1491000);
-    expected.Put32(0, 0);
-    PutZeros(expected, 8, 1490988);
-    expected.Put8(1490992, 1);
-    ExpectSame(Copied<OutputSlot>(output), expected);
+    ExpectSame(Copied<OutputSlot>(output), FullRecordWithoutResult(0));
 }
 
 TEST(FullRecord, WipesWhatAMaskRecordLeftBehind) {

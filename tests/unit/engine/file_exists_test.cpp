@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
+#include <system_error>
 
 #include "contract/temporary_folder.h"
 #include "faked_system.h"
@@ -12,6 +13,7 @@ namespace {
 using contract::TemporaryFolder;
 using contract::WideOf;
 using hvq::util::FileExists;
+using hvq::util::PathExists;
 using support::FileStep;
 
 TEST(FileExists, FindsAFileByEitherKindOfPath) {
@@ -86,26 +88,46 @@ TEST(FileExists, FindsRealFilesFoldersAndNothingElse) {
     EXPECT_FALSE(FileExists(std::wstring()));
 }
 
-TEST(FileExists, FollowsLinks) {
-    const TemporaryFolder folder;
-    folder.Write("file", "");
-    std::error_code error;
-    create_symlink("file", folder.Path() / "link", error);
-    if (error) GTEST_SKIP() << "no links here: " << error.message();
-    create_symlink("nothing", folder.Path() / "dangling");
-    create_symlink("ring", folder.Path() / "ring");
-
-    EXPECT_TRUE(FileExists(WideOf(folder.Path() / "link")));
-    EXPECT_FALSE(FileExists(WideOf(folder.Path() / "dangling")));
-    EXPECT_FALSE(FileExists((folder.Path() / "dangling").string()));
-    EXPECT_FALSE(FileExists(WideOf(folder.Path() / "ring")));
-}
-
 TEST(FileExists, FindsARealFileWithAnyLettersInItsName) {
     const TemporaryFolder folder;
     const std::filesystem::path file = folder.Write(std::filesystem::path(u8"gr\u00F6\u00DFe \u65E5\u672C"), "");
 
     EXPECT_TRUE(FileExists(WideOf(file)));
+}
+
+TEST(PathExists, FindsFilesAndFoldersAndNothingElse) {
+    FakedSystem system;
+    system.files.Put(L"hvq.dll", "");
+    system.files.PutFolder(L"models");
+
+    EXPECT_TRUE(PathExists("hvq.dll", system.Seams()));
+    EXPECT_TRUE(PathExists("models", system.Seams()));
+    EXPECT_FALSE(PathExists("hvq2.dll", system.Seams()));
+    EXPECT_FALSE(PathExists("", system.Seams()));
+}
+
+TEST(PathExists, ThrowsWhatKeepsTheSystemFromTelling) {
+    FakedSystem system;
+    system.files.Put(L"hvq.dll", "");
+    system.files.FailNext(FileStep::Status);
+
+    try {
+        (void)PathExists("hvq.dll", system.Seams());
+        ADD_FAILURE() << "nothing was thrown";
+    } catch (const std::filesystem::filesystem_error& thrown) {
+        EXPECT_THAT(thrown.what(), testing::HasSubstr("exists"));
+        EXPECT_EQ(thrown.code(), std::errc::io_error);
+        EXPECT_EQ(thrown.path1(), "hvq.dll");
+    }
+}
+
+TEST(PathExists, FindsARealFileWithAnyLettersInItsName) {
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.Write(std::filesystem::path(u8"gr\u00F6\u00DFe \u65E5\u672C"), "");
+
+    EXPECT_TRUE(PathExists(file));
+    EXPECT_TRUE(PathExists(folder.Path()));
+    EXPECT_FALSE(PathExists(folder.Path() / "other"));
 }
 
 }  // namespace

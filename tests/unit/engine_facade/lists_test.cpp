@@ -1,14 +1,11 @@
 #include <algorithm>
 #include <functional>
-#include <istream>
-#include <memory>
-#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "facade_fixture.h"
-#include "platform/file_views.h"
+#include "support/blind_file_views.h"
 
 namespace facade_tests {
 namespace {
@@ -215,20 +212,6 @@ TEST(HasInnerModel, RefusesAnUnknownEngine) {
               "[x] is not a supported Engine.\nSupported Engines: OpenVINO ");
 }
 
-// The system's files, none of which exists while it is blind.
-class BlindFileViews final : public platform::FileViews {
- public:
-    std::optional<std::wstring> WidePath(const std::string& path) override { return m_system.WidePath(path); }
-    bool Exists(const std::wstring& path) override { return !isBlind && m_system.Exists(path); }
-    std::unique_ptr<std::istream> OpenStream(const std::wstring& path) override { return m_system.OpenStream(path); }
-    std::unique_ptr<platform::FileView> Open(const std::wstring& path) override { return m_system.Open(path); }
-
-    bool isBlind = false;
-
- private:
-    platform::FileViews& m_system = platform::SystemFileViews();
-};
-
 // As the double shows a text.
 std::string Escaped(const std::string& text) {
     std::string escaped;
@@ -280,7 +263,7 @@ TEST(RegisterModel, PrintsTheMissingPathWithoutDoublingBackslashes) {
 
 TEST(RegisterModel, AsksItsOwnFileSystemForTheModel) {
     Facade facade;
-    BlindFileViews files;
+    support::BlindFileViews files;
     hvq::inference::PluginEngine engine({.modules = facade.loader, .files = files, .streams = facade.streams});
     engine.Create(facade.library.Path(), nullptr, nullptr);
     const std::string path = facade.library.Scratch().Put("m.model", "").string();

@@ -36,18 +36,6 @@ TEST(PathText, RefusesLettersThatTheCodePageLacks) {
     }
 }
 
-TEST(PathText, FindsItsWayBackFromBytesThatAreNoText) {
-    if (kPathsAreWide) GTEST_SKIP() << "paths are no bytes here";
-    const std::filesystem::path path("a\xFF");
-
-    const std::wstring wide = WidePathText(path, Conversion());
-
-    EXPECT_EQ(wide.size(), 2u);
-    char bytes[8] = {};
-    EXPECT_EQ(Conversion().WideToBytes(platform::CodePage::ThreadAnsi, wide.c_str(), bytes, sizeof(bytes)), 3);
-    EXPECT_STREQ(bytes, "a\xFF");
-}
-
 TEST(QuotedPathText, StandsInQuotesWithABackslashBeforeEachQuoteAndBackslash) {
     EXPECT_EQ(QuotedPathText("C:\\a\\b c.dll", Conversion()), "\"C:\\\\a\\\\b c.dll\"");
     EXPECT_EQ(QuotedPathText("a\"b", Conversion()), "\"a\\\"b\"");

@@ -1,12 +1,11 @@
 #include <gmock/gmock.h>
 
-#include <iterator>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "standin_support/test_engine.h"
+#include "thread_count.h"
 
 namespace standin_support {
 namespace {
@@ -106,18 +105,7 @@ TEST_F(Properties, AreSetBeforeTheNetworkExistsAndGoWithIt) {
     EXPECT_EQ(engine.TakeError(), "");
 }
 
-// Where Linux lists the threads of this program. Wine shows Windows programs the same files, about something else.
-bool CanCountThreads() {
-    return !std::is_same_v<std::filesystem::path::value_type, wchar_t>;
-}
-
-std::ptrdiff_t ThreadCount() {
-    const std::filesystem::path tasks = "/proc/self/task";
-    return std::distance(std::filesystem::directory_iterator(tasks), std::filesystem::directory_iterator());
-}
-
 TEST_F(Properties, SetTheNumberOfThreads) {
-    if (!CanCountThreads()) GTEST_SKIP() << "only Linux lists a program's threads as files";
     const std::ptrdiff_t before = ThreadCount();
     engine.CreateNetwork("family0_256x144");
     EXPECT_EQ(ThreadCount(), before);  // the caller's alone
@@ -132,7 +120,6 @@ TEST_F(Properties, SetTheNumberOfThreads) {
 }
 
 TEST_F(Properties, SetTheNumberOfStreams) {
-    if (!CanCountThreads()) GTEST_SKIP() << "only Linux lists a program's threads as files";
     const std::ptrdiff_t before = ThreadCount();
     engine.SetProperty("kinds", "RUNTIME_STREAMS_NUMBER", "1");
     engine.CreateNetwork("kinds");

@@ -6,10 +6,10 @@
 
 #include "platform/child_process.h"
 #include "velmo_tool/check/check_request.h"
+#include "velmo_tool/report_form.h"
 
 namespace velmo_tool {
 
-enum class ReportForm { Table, Json };
 enum class CheckPlace { ChildProcess, ThisProcess };
 
 struct CheckEngineOptions {

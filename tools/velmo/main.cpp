@@ -6,12 +6,14 @@
 
 #include "platform/child_process.h"
 #include "platform/kernel_objects.h"
+#include "platform/machine.h"
 #include "platform/module_files.h"
 #include "platform/process_setup.h"
 #include "velmo_tool/check/watched_check.h"
 #include "velmo_tool/check_engine.h"
 #include "velmo_tool/inspect.h"
 #include "velmo_tool/path_text.h"
+#include "velmo_tool/probe.h"
 
 namespace {
 
@@ -73,13 +75,23 @@ int main(int argc, char** argv) {
         "\"FAILS\" is a point that the process needs, \"lacks\" one that it can do without.\n"
         "Exit code: 0 when all required points hold; 2 when one fails; 1 when nothing could be looked at.");
 
+    CLI::App* const probe = app.add_subcommand(
+        "probe", "Show what the machine probes say: the Windows release, and how strong the processor is.");
+    probe->add_flag("--json", json, "Print one JSON object instead of the table");
+    probe->footer(
+        "No decision of the process rests on these. What a probe throws is shown in the place of its values.\n"
+        "Where the system has no list of its cores, the count moves this process from processor to processor\n"
+        "for a moment. Exit code: 0.");
+
     CLI::App* const worker = app.add_subcommand(velmo_tool::kCheckWorkerCommand)->group("");
 
     CLI11_PARSE(app, argc, argv);
     if (*worker) return velmo_tool::RunCheckWorker();
     if (*inspect) return RunInspect(id);
+    const auto form = json ? velmo_tool::ReportForm::Json : velmo_tool::ReportForm::Table;
+    if (*probe) return velmo_tool::Probe(form, platform::ThisMachine(), std::cout);
     check.timeoutMs = timeoutSeconds * 1000;
-    if (json) check.form = velmo_tool::ReportForm::Json;
+    check.form = form;
     if (inProcess) check.place = velmo_tool::CheckPlace::ThisProcess;
     return RunCheckEngine(check);
 }

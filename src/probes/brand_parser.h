@@ -7,8 +7,8 @@ namespace probes {
 
 // Reads family and model out of a processor's name for itself.
 //   suffix      out: what stands before the model's number, such as "i7"
-//   generation  out: in spite of its name the whole leading number of the model, 8650 for "i7-8650U"; the first digit of
-//               the model for a brand without "Intel". 0 when there is none
+//   generation  out: in spite of its name the whole leading number of the model, 8650 for "i7-8650U"; for a brand
+//               without "Intel" the first digit of the model. 0 when there is none
 //   isIntel     out: whether the brand names Intel
 //   family      out: "Core(TM)", "Core(TM)2", "Xeon(R)", "Celeron(R)", "Pentium(R)", "N", or else the second word
 // What isn't found is left as it was: suffix and family on every brand without "Intel", and generation when false is

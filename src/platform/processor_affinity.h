@@ -20,7 +20,7 @@ class ProcessorAffinity {
     virtual std::uint32_t ProcessorCount() = 0;
 
     // Both masks. False, with nothing written, when the system does not tell, which on Linux includes processors with a
-    // number above 63: there is no bit for them. Throws std::bad_alloc; the other operations throw nothing.
+    // number above 63: there is no bit for them. Throws nothing, like the other operations.
     virtual bool ReadMasks(ProcessorMasks& masks) = 0;
 
     // Confines the process to these processors. False when the system refuses, as it does for an empty mask.

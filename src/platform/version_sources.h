@@ -28,7 +28,7 @@ static_assert(sizeof(VersionRecord) == kVersionRecordBytes);
 static_assert(offsetof(VersionRecord, servicePackMajor) == kShortVersionRecordBytes);
 
 // Calls of the system that tell which release it is, and on what machine. Each operation is one call, so that its
-// caller decides on order and fallbacks. On Linux there is no such release: none of them succeeds but the last.
+// caller decides on order and fallbacks. On Linux there is no such release: none of them succeeds but the last two.
 // Thread: any. Throws nothing.
 class VersionSources {
  public:

@@ -21,7 +21,7 @@ class FakeRegistryKeys final : public platform::RegistryKeys {
     void Put(const std::wstring& path, const std::map<std::wstring, std::uint32_t>& numbers) { m_keys[path] = numbers; }
 
     std::unique_ptr<platform::RegistryKey> OpenMachineKey(const std::wstring& path, std::uint32_t accessMask) override {
-        m_log.push_back("OpenKey " + std::string(path.begin(), path.end()) + " " + std::to_string(accessMask));
+        m_log.push_back("OpenKey " + PlainText(path) + " " + std::to_string(accessMask));
         const auto found = m_keys.find(path);
         if (found == m_keys.end()) return nullptr;
         return std::make_unique<Key>(found->second, m_log);
@@ -36,7 +36,7 @@ class FakeRegistryKeys final : public platform::RegistryKeys {
         ~Key() override { m_log.emplace_back("CloseKey"); }
 
         bool ReadNumber(const std::wstring& name, std::uint32_t& number) override {
-            m_log.push_back("ReadNumber " + std::string(name.begin(), name.end()) + " " + std::to_string(number));
+            m_log.push_back("ReadNumber " + PlainText(name) + " " + std::to_string(number));
             const auto found = m_numbers.find(name);
             if (found == m_numbers.end()) return false;
             number = found->second;
@@ -73,7 +73,7 @@ class FakeMachine {
     // What the system keeps as the processor's frequency.
     void SetMhz(std::uint32_t mhz) { registry.Put(kProcessorKey, {{L"~MHz", mhz}}); }
 
-    // So many cores in the system's list, of one logical processor each.
+    // So many cores in the system's list, 64 at most, of one logical processor each.
     void SetCores(std::uint32_t cores) {
         std::vector<platform::ProcessorRelation> records(cores);
         for (std::uint32_t core = 0; core < cores; ++core)

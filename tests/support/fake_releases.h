@@ -15,6 +15,14 @@ namespace support {
 
 using CallLog = std::vector<std::string>;
 
+// For logs: only ASCII comes here.
+inline std::string PlainText(const std::wstring& text) {
+    std::string plain;
+    for (const wchar_t one : text)
+        plain += static_cast<char>(one);
+    return plain;
+}
+
 struct FakeVersion {
     std::uint32_t platformId = 0;
     std::uint32_t major = 0;
@@ -80,12 +88,12 @@ class FakeReleases final : public platform::VersionSources, public platform::Ver
     }
 
     std::uint32_t BlockBytes(const std::wstring& path) override {
-        m_log.push_back("BlockBytes " + std::string(path.begin(), path.end()));
+        m_log.push_back("BlockBytes " + PlainText(path));
         return blockBytes;
     }
 
     bool ReadBlock(const std::wstring& path, std::span<std::byte> block) override {
-        m_log.push_back("ReadBlock " + std::string(path.begin(), path.end()) + " " + std::to_string(block.size()));
+        m_log.push_back("ReadBlock " + PlainText(path) + " " + std::to_string(block.size()));
         blockWasZero = std::all_of(block.begin(), block.end(), [](std::byte one) { return one == std::byte{0}; });
         std::fill(block.begin(), block.end(), std::byte{0xB1});
         return blockIsReadable;

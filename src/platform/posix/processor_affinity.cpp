@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <cstddef>
+#include <new>
 #include <optional>
 
 #include "platform/posix/processor_files.h"
@@ -18,7 +19,7 @@ std::uint64_t Bit(std::size_t processor) {
     return std::uint64_t{1} << processor;
 }
 
-std::optional<std::uint64_t> OnlineMask() {
+std::optional<std::uint64_t> OnlineMask() try {
     const auto processors = posix::OnlineProcessors(posix::kProcessorFolder);
     if (!processors) return std::nullopt;
     std::uint64_t mask = 0;
@@ -27,6 +28,8 @@ std::optional<std::uint64_t> OnlineMask() {
         mask |= Bit(processor);
     }
     return mask;
+} catch (const std::bad_alloc&) {
+    return std::nullopt;
 }
 
 class Scheduler final : public ProcessorAffinity {

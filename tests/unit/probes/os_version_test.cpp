@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <thread>
 #include <vector>
 
 #include "support/fake_machine.h"
@@ -215,6 +216,14 @@ TEST(CachedOsVersionClass, IsAskedForOnce) {
 
     EXPECT_EQ(GetCachedOsVersionClass(cached, machine.Parts()), 10);
     EXPECT_TRUE(machine.log.empty());
+}
+
+TEST(CachedOsVersionClass, IsTheSameForThreadsThatRaceForIt) {
+    std::int32_t other = -1;
+    std::thread thread([&] { other = GetCachedOsVersionClass(); });
+    const std::int32_t own = GetCachedOsVersionClass();
+    thread.join();
+    EXPECT_EQ(own, other);
 }
 
 TEST(CachedOsVersionClass, IsAskedForAgainWhileItIsUnknown) {

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "support/fake_machine.h"
 #include "velmo_tool/probe/machine_facts.h"
@@ -55,6 +56,19 @@ json ValueOf(const json& report, const std::string& function, const std::string&
         if (fact.at("label") == label) return fact.at("value");
     }
     return nullptr;
+}
+
+TEST(ProbeReport, TellsTheMarkOfARestrictedProcessFromSoManyCores) {
+    FakeMachine machine;
+    machine.processors.SetList(std::vector<platform::ProcessorRelation>(255));
+    const std::string cores = Shown(machine, ReportForm::Table);
+    EXPECT_THAT(cores, HasSubstr("255"));
+    EXPECT_THAT(cores, testing::Not(HasSubstr("restricted")));
+
+    FakeMachine restricted;
+    restricted.processors.SetHyperThreading(2);
+    restricted.processors.masks = platform::ProcessorMasks{0b01, 0b11};
+    EXPECT_THAT(Shown(restricted, ReportForm::Table), HasSubstr("255 marks a restricted process"));
 }
 
 TEST(ProbeReport, IsATableWithAHeadingForEachFunction) {

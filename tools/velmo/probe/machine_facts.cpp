@@ -123,8 +123,8 @@ Facts Cores(const platform::Machine& machine) {
     std::uint32_t physicalCores = 0;
     std::uint32_t logicalPerCore = 0;
     const std::int32_t code = probes::CountProcessorCores(physicalCores, logicalPerCore, machine);
-    return {Number("physical cores", physicalCores, "",
-                   physicalCores == probes::kRestrictedProcess ? "255 marks a restricted process" : ""),
+    const bool isMarked = code == probes::kSeveralLogicalInUse && physicalCores == probes::kRestrictedProcess;
+    return {Number("physical cores", physicalCores, "", isMarked ? "255 marks a restricted process" : ""),
             Number("logical processors per core", logicalPerCore, "", "truncated"),
             Number("code", code, "", CoreCodeMeaning(code, physicalCores))};
 }

@@ -63,8 +63,9 @@ class Frames : public ::testing::Test {
         ASSERT_TRUE(started) << started.Why();
     }
 
-    // Sends a frame as soon as there is room for it.
+    // Sends a frame as soon as there is room for it and for its result.
     void Submit(std::uint32_t width, std::uint32_t height) {
+        ASSERT_TRUE(m_pace.AwaitRoom());
         for (;;) {
             const SendResult result =
                 m_link.SubmitFrame([&](calyr_ipc::InputSlot& slot) { WriteFrame(slot, width, height); });
@@ -101,6 +102,7 @@ class Frames : public ::testing::Test {
 
     Recorder m_recorder;
     velmo_parent::Link m_link{FreshId(), m_recorder};
+    FramePace m_pace{m_link, m_recorder};
 };
 
 TEST_F(Frames, BeforeAnyInitAreAnsweredWithAFullRecordOfStatusFour) {
@@ -156,6 +158,7 @@ TEST_F(Frames, ThatFilledAllFiveSlotsBeforeTheProcessCameAreAllAnswered) {
     ASSERT_NO_FATAL_FAILURE(Start());
 
     ASSERT_TRUE(m_recorder.AwaitResults(5));
+    m_link.Drain();  // as m_pace would, which has not seen these
     EXPECT_THAT(ResultOf(640, 360), IsEmptyAnswerOfStatusFour(kFullRecord));  // the slots have come back
     ExpectAGoodEnd();
     EXPECT_THAT(m_recorder.Results(), AllOf(SizeIs(6), Each(IsEmptyAnswerOfStatusFour(kFullRecord))));

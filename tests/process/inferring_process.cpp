@@ -15,7 +15,7 @@ void InferringProcess::StartProcess() {
     const velmo_parent::Outcome opened = m_link.Open();
     ASSERT_TRUE(opened) << opened.Why();
     // Once the log channel is gone, what the process says goes to its output.
-    const velmo_parent::Outcome started = m_link.StartProcess({ProcessProgram(), {}, m_output.Path(), ""});
+    const velmo_parent::Outcome started = m_link.StartProcess({ProcessProgram(), {}, m_output.Path(), m_error.Path()});
     ASSERT_TRUE(started) << started.Why();
 }
 
@@ -33,9 +33,9 @@ std::int32_t InferringProcess::Init(std::int32_t modelType, std::int32_t quality
     return inits.size() > before ? inits.back().result : -1000;
 }
 
-void InferringProcess::Submit(const std::vector<std::uint8_t>& planes, Size size, Skipping skipping) {
-    ASSERT_EQ(planes.size(), 3 * size.Pixels());
-    const auto write = [&](calyr_ipc::InputSlot& slot) {
+SendResult InferringProcess::TrySubmit(const std::vector<std::uint8_t>& planes, Size size, Skipping skipping) {
+    EXPECT_EQ(planes.size(), 3 * size.Pixels());
+    return m_link.SubmitFrame([&](calyr_ipc::InputSlot& slot) {
         auto& record = slot.As<calyr_ipc::RvoCalyrIpcInput>();
         record.temporalEnabled = skipping == Skipping::On ? 1 : 0;
         record.dataSize = static_cast<std::uint32_t>(planes.size());
@@ -44,9 +44,13 @@ void InferringProcess::Submit(const std::vector<std::uint8_t>& planes, Size size
         record.header.width = size.width;
         record.header.height = size.height;
         slot.index = 0;
-    };
+    });
+}
+
+void InferringProcess::Submit(const std::vector<std::uint8_t>& planes, Size size, Skipping skipping) {
+    ASSERT_TRUE(m_pace.AwaitRoom());
     for (;;) {
-        const SendResult result = m_link.SubmitFrame(write);
+        const SendResult result = TrySubmit(planes, size, skipping);
         ASSERT_NE(result, SendResult::Closed);
         if (result == SendResult::Sent) return;
         std::this_thread::yield();

@@ -52,7 +52,10 @@ class InferringProcess : public ::testing::Test {
     std::int32_t Init(std::int32_t modelType, std::int32_t quality, std::int32_t device,
                       const std::string& engineFolder, const std::string& modelFolder);
 
-    // Sends a frame of three planes, as soon as the process takes it.
+    // Sends a frame of three planes if the process takes it now.
+    velmo_parent::SendResult TrySubmit(const std::vector<std::uint8_t>& planes, Size size, Skipping skipping);
+
+    // The same as soon as there is room for it and for its result.
     void Submit(const std::vector<std::uint8_t>& planes, Size size, Skipping skipping);
 
     std::vector<std::string> LogTexts() const;
@@ -61,8 +64,10 @@ class InferringProcess : public ::testing::Test {
     void ExpectAGoodEnd();
 
     ScratchFile m_output;
+    ScratchFile m_error;
     Recorder m_recorder;
     velmo_parent::Link m_link{FreshId(), m_recorder};
+    FramePace m_pace{m_link, m_recorder};
 };
 
 }  // namespace process_tests

@@ -162,6 +162,18 @@ Recorder::FrameResult Recorder::ResultAt(std::size_t at) const {
     return m_results.at(at);
 }
 
+bool FramePace::AwaitRoom() {
+    if (m_room == 0) {
+        if (!m_recorder.AwaitResults(m_sent)) return false;
+        // The process has used up its slots, so with the reader's next look it gets back all but the newest result's.
+        m_link.Drain();
+        m_room = 4;
+    }
+    --m_room;
+    ++m_sent;
+    return true;
+}
+
 bool AwaitFileText(const std::string& path, const std::string& part, int times) {
     // Nobody tells of a file that grows.
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(kPatienceMs);

@@ -116,6 +116,24 @@ class Recorder final : public velmo_parent::LinkListener {
     std::vector<std::string> m_damages;
 };
 
+// Holds frames back while the process could have to wait for its results' reader: when that takes half a second, the
+// process drops the result. Every frame has to get one. Thread: one at a time.
+class FramePace {
+ public:
+    // Both outlive this. All frames of the link have to be counted here.
+    FramePace(velmo_parent::Link& link, Recorder& recorder) : m_link(link), m_recorder(recorder) {}
+
+    // Waits until there is a slot for one more result, and counts the frame that is sent now. False when the results of
+    // those before don't come.
+    bool AwaitRoom();
+
+ private:
+    velmo_parent::Link& m_link;
+    Recorder& m_recorder;
+    std::size_t m_sent = 0;
+    int m_room = 5;  // slots that the process has for results and that no frame before was sent for
+};
+
 // Waits until the file holds this text so many times. False when that takes longer than kPatienceMs.
 bool AwaitFileText(const std::string& path, const std::string& part, int times = 1);
 

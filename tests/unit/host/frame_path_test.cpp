@@ -34,10 +34,13 @@
 namespace rvo_calyr {
 namespace {
 
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::Field;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
+using ::testing::StartsWith;
 
 constexpr bool kKeepOldest = false;
 constexpr std::size_t kOutputSlots = 88;  // where the slots begin, and how far apart they are
@@ -158,6 +161,42 @@ class FramePath : public ::testing::Test {
         std::make_unique<RvoCalyrMlHost>(HostSeams{m_os, m_streams, m_threads, m_helpers});
     calyr_ipc::OutputChannel m_results{ipc::kReceives, m_os, m_streams};
 };
+
+// A helper whose Init takes until the test lets it end.
+class HeldHelper final : public support::FakeHelper {
+ public:
+    std::uint32_t Init(const _CalyrPortraitOption& option) override {
+        inInit.Set();
+        EXPECT_TRUE(mayEnd.Wait());
+        return FakeHelper::Init(option);
+    }
+
+    support::EventFlag inInit;
+    support::EventFlag mayEnd;
+};
+
+TEST_F(FramePath, WaitsForAnInitThatIsUnderWay) {
+    HeldHelper held;
+    held.work = Succeed;
+    std::thread init([&] { Init(0, &held); });
+    EXPECT_TRUE(held.inInit.Wait());
+    support::EventFlag isThrough;
+    std::thread frame([&] {
+        Submit(FrameOf(2, 2, 6));
+        isThrough.Set();
+    });
+
+    EXPECT_FALSE(isThrough.Wait(std::chrono::milliseconds(50)));
+    EXPECT_EQ(held.inferCount, 0);
+    EXPECT_THAT(Results(), IsEmpty());
+    held.mayEnd.Set();
+    EXPECT_TRUE(isThrough.Wait());
+    frame.join();
+    init.join();
+
+    EXPECT_EQ(held.inferCount, 1);
+    EXPECT_THAT(Results(), ElementsAre(Field(&Result::header, Field(&calyr_ipc::IpcFrameHeader::stampMs, 6U))));
+}
 
 class FrameWithoutAHelper : public FramePath {};
 
@@ -531,12 +570,30 @@ class HelperChoice : public FramePath {
         }
         return results;
     }
+    // The level and the text of each line that waits.
+    std::vector<std::string> LogLines() {
+        std::vector<std::string> lines;
+        for (bool more = true; more;) {
+            more = false;
+            m_logs.Receive(
+                [&](const calyr_ipc::IpcLogChunk& chunk) {
+                    lines.push_back(std::to_string(chunk.payload[0]) +
+                                    std::string(chunk.payload + 4, chunk.payload + chunk.length));
+                    more = true;
+                },
+                0);
+        }
+        return lines;
+    }
+
     void SetUp() override {
         FramePath::SetUp();
         ASSERT_TRUE(m_events.Open("idE"));
+        ASSERT_TRUE(m_logs.Open("idL"));
     }
 
     calyr_ipc::EventChannel m_events{ipc::kReceives, m_os, m_streams};
+    calyr_ipc::LogChannel m_logs{ipc::kReceives, m_os, m_streams};
 };
 
 TEST_F(HelperChoice, IsMadeByTheModelType) {
@@ -561,6 +618,12 @@ TEST_F(HelperChoice, StaysAsItWasForABadModelTypeAndTheHelpersWordCounts) {
     EXPECT_THAT(m_helper.options,
                 ElementsAre(Field(&_CalyrPortraitOption::modelType, 0), Field(&_CalyrPortraitOption::modelType, 7)));
     EXPECT_THAT(InitResults(), ElementsAre(0, 0));
+    const std::vector<std::string> lines = LogLines();
+    ASSERT_EQ(lines.size(), 3U);
+    EXPECT_THAT(lines[0], AllOf(StartsWith("2"), HasSubstr("Init() ret=0 [this=")));
+    EXPECT_THAT(lines[1], AllOf(StartsWith("0"), HasSubstr("] [RVO_CALYR]RvoCalyrMlHost::Init() fail, error model "
+                                                           "type, option.modelType=7 [this=")));
+    EXPECT_THAT(lines[2], AllOf(StartsWith("2"), HasSubstr("Init() ret=0 [this=")));
 }
 
 TEST_F(HelperChoice, IsNoneForABadModelType) {

@@ -3,18 +3,24 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <istream>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <system_error>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "helpers/model_tables.h"
 #include "inference_fixture.h"
+#include "infra/wide_text.h"
 #include "support/blind_file_views.h"
 
 namespace inference_tests {
@@ -23,9 +29,11 @@ namespace {
 using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
+using ::testing::SizeIs;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAreArray;
 
@@ -41,6 +49,102 @@ class ReadClock final : public platform::Clock {
 
  private:
     std::int64_t m_tenths = 0;
+};
+
+// The system's files, with a record of the narrow paths that were asked for. Thread: one at a time.
+class AskedFileViews final : public platform::FileViews {
+ public:
+    const std::vector<std::string>& NarrowPaths() const { return m_narrowPaths; }
+
+    std::optional<std::wstring> WidePath(const std::string& path) override {
+        m_narrowPaths.push_back(path);
+        return m_system.WidePath(path);
+    }
+    bool Exists(const std::wstring& path) override { return m_system.Exists(path); }
+    std::filesystem::file_status Status(const std::filesystem::path& path, std::error_code& error) override {
+        return m_system.Status(path, error);
+    }
+    std::unique_ptr<std::istream> OpenStream(const std::wstring& path) override { return m_system.OpenStream(path); }
+    std::unique_ptr<platform::FileView> Open(const std::wstring& path) override { return m_system.Open(path); }
+
+ private:
+    platform::FileViews& m_system = platform::SystemFileViews();
+    std::vector<std::string> m_narrowPaths;
+};
+
+// A text, and the code page by which it was read.
+using ReadText = std::pair<platform::CodePage, std::string>;
+
+// The system's conversion, with a record of the narrow texts that were converted, each once. Thread: one at a time.
+class RecordedConversion final : public platform::TextConversion {
+ public:
+    const std::vector<ReadText>& ReadTexts() const { return m_readTexts; }
+
+    int WideToBytes(platform::CodePage codePage, const wchar_t* text, char* buffer, int capacity) override {
+        return m_system.WideToBytes(codePage, text, buffer, capacity);
+    }
+    int BytesToWide(platform::CodePage codePage, const char* text, wchar_t* buffer, int capacity) override {
+        if (buffer != nullptr) m_readTexts.emplace_back(codePage, text);  // and not when it is only counted
+        return m_system.BytesToWide(codePage, text, buffer, capacity);
+    }
+
+ private:
+    platform::TextConversion& m_system = platform::SystemTextConversion();
+    std::vector<ReadText> m_readTexts;
+};
+
+constexpr bool kPathsAreWide = std::is_same_v<std::filesystem::path::value_type, wchar_t>;
+
+std::string Utf8Of(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
+// The path in bytes of the system's code page, where paths are wide, and what those bytes mean.
+std::string NarrowOf(const std::filesystem::path& path) {
+    if constexpr (kPathsAreWide) {
+        return infra::WideToUtf8(path.wstring(), platform::CodePage::System).c_str();  // without its terminator
+    } else {
+        return path.string();
+    }
+}
+std::filesystem::path PathOfNarrow(const std::string& narrow) {
+    if constexpr (kPathsAreWide) {
+        return infra::Utf8ToWide(narrow, platform::CodePage::System).c_str();
+    } else {
+        return narrow;
+    }
+}
+
+// A folder name with a letter beyond plain ones that the system's code page can say. "" when it can say none of these.
+std::filesystem::path NameOfTheCodePage() {
+    for (const char8_t* const text : {u8"gr\u00FCn", u8"\u0142", u8"\u011F", u8"\u044F", u8"\u03BB", u8"\u05D0",
+                                      u8"\u0628", u8"\u0E01", u8"\u01B0", u8"\u3042", u8"\uAC00", u8"\u4E2D"}) {
+        const std::filesystem::path name(text);
+        if (PathOfNarrow(NarrowOf(name)) == name) return name;
+    }
+    return {};
+}
+
+// Notes how many engines there are when the line of a failed bring-up comes.
+class EnginesAtFailure final : public rvo_calyr::IRvoCalyrTraceSink {
+ public:
+    explicit EnginesAtFailure(const scripted_double::ScriptedLibrary& library) : m_library(library) {
+        rvo_calyr::g_logger.SetTraceSink(this);
+    }
+    ~EnginesAtFailure() override { rvo_calyr::g_logger.SetTraceSink(nullptr); }
+    EnginesAtFailure(const EnginesAtFailure&) = delete;
+    EnginesAtFailure& operator=(const EnginesAtFailure&) = delete;
+
+    std::int32_t OnTrace(std::uint32_t /*level*/, const char* text) override {
+        if (std::string(text).find("InitHvq(), failed") != std::string::npos) counts.push_back(m_library.LiveEngines());
+        return 0;
+    }
+
+    std::vector<std::uint64_t> counts;
+
+ private:
+    const scripted_double::ScriptedLibrary& m_library;
 };
 
 class BringUp : public Inference {
@@ -331,6 +435,74 @@ TEST_F(BringUp, ReadsAPathWithoutTerminatorNoFurtherThanItsField) {
     EXPECT_THAT(lines[0], HasSubstr("enginePath=a.a."));
 }
 
+TEST_F(BringUp, ReadsAModelPathWithoutTerminatorNoFurtherThanItsField) {
+    _CalyrPortraitOption option = Option();
+    std::memset(option.modelPath, 'm', sizeof(option.modelPath));
+    AskedFileViews files;
+    RvoCalyrHvqHelper helper(SeamsWith(files));
+
+    EXPECT_EQ(helper.Init(option), 3U);
+
+    EXPECT_EQ(files.NarrowPaths().back(), std::string(1024, 'm') + kSeparator + "calyr_144p_input.dll");
+}
+
+TEST_F(BringUp, FindsALibraryWhoseFolderHasAnyLettersInUtf8) {
+    const std::filesystem::path folder =
+        m_library.Scratch().Folder() / std::filesystem::path(u8"gr\u00FCn \u65E5\u672C");
+    std::filesystem::create_directory(folder);
+    std::filesystem::copy_file(m_library.Path(), folder / "hvq.dll");
+    _CalyrPortraitOption option = Option();
+    SetText(option.enginePath, Utf8Of(folder));
+
+    const std::vector<std::string> lines = LinesOfInit(option, 0);
+
+    EXPECT_THAT(lines.front(), HasSubstr(", enginePath=" + Utf8Of(folder) + kSeparator + "hvq.dll, modelPath="));
+    EXPECT_THAT(lines.back(), HasSubstr("create engine success"));
+}
+
+TEST_F(BringUp, TakesModelAndCacheFolderByTheSystemsCodePage) {
+    const std::filesystem::path name = NameOfTheCodePage();
+    ASSERT_FALSE(name.empty()) << "the system's code page has none of these letters";
+    const std::filesystem::path folder = m_library.Scratch().Folder() / name;
+    std::filesystem::create_directory(folder);
+    std::filesystem::copy_file(m_library.Scratch().Folder() / "calyr_144p_input.dll", folder / "calyr_144p_input.dll");
+    _CalyrPortraitOption option = Option(kGpu);
+    SetText(option.modelPath, NarrowOf(folder));
+    SetText(option.gpuCachePath, NarrowOf(folder / "cache"));
+    std::string cache = Utf8Of(folder / "cache");
+    for (std::size_t at = 0; (at = cache.find('\\', at)) != cache.npos; at += 2)
+        cache.insert(at, 1, '\\');  // as the record quotes it
+
+    const std::vector<std::string> lines = LinesOfInit(option, 0);
+
+    EXPECT_THAT(lines.back(), HasSubstr("create engine success"));
+    EXPECT_THAT(CallsOf("hvqRegisterModelAsInnerIDwithString"), SizeIs(1));
+    EXPECT_THAT(CallsOf("hvqSetEnginePropertyForNetwork"),
+                ElementsAre(EndsWith("\"CACHE_DIR\" \"std::filesystem::path\" \"" + cache + "\"")));
+}
+
+TEST_F(BringUp, ReadsEachOfItsTextsByItsOwnCodePage) {
+    _CalyrPortraitOption option = Option(kGpu);
+    SetText(option.gpuCachePath, InFolder("cache"));
+    RecordedConversion conversion;
+    RvoCalyrHvqHelper helper({.loader = {.streams = m_streams},
+                              .clock = m_clock,
+                              .moduleFiles = m_programFile,
+                              .conversion = conversion,
+                              .limits = m_limits});
+
+    EXPECT_EQ(helper.Init(option), 0U);
+
+    // The model's path is the library's to read. Where paths are bytes, nobody converts anything.
+    std::vector<ReadText> wanted;
+    if (kPathsAreWide) {
+        wanted.emplace_back(platform::CodePage::Utf8, InFolder("hvq.dll"));
+        wanted.emplace_back(platform::CodePage::System, InFolder("cache"));
+    }
+    EXPECT_EQ(conversion.ReadTexts(), wanted);
+    EXPECT_THAT(CallsOf("hvqRegisterModelAsInnerIDwithString"), SizeIs(1));
+}
+
 TEST_F(BringUp, LeavesAFileSystemThatCanNotTellToItsCaller) {
     const auto error = std::make_exception_ptr(
         std::filesystem::filesystem_error("no answer", std::make_error_code(std::errc::io_error)));
@@ -400,9 +572,12 @@ TEST_F(BringUp, TellsTheLibrarysOwnTextWhereverItFails) {
     struct Case {
         std::string function;
         std::size_t linesBefore;
+        std::string which = "*";
     };
-    // The calls that a bring-up makes behind its engine's creation.
-    for (const Case& failing : std::vector<Case>{{"hvqGetSupportEngineNumber", 2},
+    // The calls that a bring-up makes behind its engine's creation. The engine before it, which only tells the version,
+    // has asked for that twice: for its length and for itself.
+    for (const Case& failing : std::vector<Case>{{"hvqSelfVersion", 1, "3+"},
+                                                 {"hvqGetSupportEngineNumber", 2},
                                                  {"hvqGetSupportDeviceNumber", 2},
                                                  {"hvqGetSupportBuiltinModelNumber", 2},
                                                  {"hvqRegisterModelAsInnerIDwithString", 2},
@@ -410,7 +585,7 @@ TEST_F(BringUp, TellsTheLibrarysOwnTextWhereverItFails) {
                                                  {"hvqCreateNetByBuiltin", 4},
                                                  {"hvqGetCurrentNetworkDevice", 4}}) {
         SCOPED_TRACE(failing.function);
-        m_library.Add("fail " + failing.function + " * \"out of luck\"");
+        m_library.Add("fail " + failing.function + " " + failing.which + " \"out of luck\"");
 
         const std::vector<std::string> lines = LinesOfInit(Option(), 3);
 
@@ -419,6 +594,19 @@ TEST_F(BringUp, TellsTheLibrarysOwnTextWhereverItFails) {
         EXPECT_EQ(lines.back(), kNoEngineLine);
         EXPECT_EQ(m_library.LiveEngines(), 0U);
         m_library.Add("forget " + failing.function);
+    }
+}
+
+TEST_F(BringUp, DestroysTheEngineBeforeItTellsOfTheFailure) {
+    for (const std::string function : {"hvqGetSupportEngineNumber", "hvqCreateNetByBuiltin"}) {
+        m_library.Add("fail " + function + " * \"out of luck\"");
+        const EnginesAtFailure failure(m_library);
+        RvoCalyrHvqHelper helper(Seams());
+
+        EXPECT_EQ(helper.Init(Option()), 3U);
+
+        EXPECT_THAT(failure.counts, ElementsAre(0U)) << function;
+        m_library.Add("forget " + function);
     }
 }
 

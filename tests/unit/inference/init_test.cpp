@@ -1,12 +1,18 @@
 // What a helper answers to being configured, and what it keeps of that.
 
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "inference_fixture.h"
+#include "support/event_flag.h"
 #include "support/fake_threads.h"
 
 namespace inference_tests {
@@ -74,6 +80,39 @@ TEST_F(Init, WithoutAnEngineGivesThreeAndTriesAgainEachTime) {
     EXPECT_EQ(helper.Init(Option()), 0U);
 
     EXPECT_EQ(InferOn(helper), 0U);
+}
+
+TEST_F(Init, MakesFramesWaitForTheFirstEngineButNotTheChecksOfTheirArguments) {
+    // The bring-up fails, so that frames of no pixels are the ones that fit before and behind it.
+    m_library.Add("gate hvqCreateNetByBuiltin next first\nfail hvqCreateNetByBuiltin next \"out of luck\"");
+    RvoCalyrHvqHelper helper(Seams());
+    std::uint32_t initStatus = 99;
+    std::thread init([&] { initStatus = helper.Init(Option()); });
+    EXPECT_TRUE(m_library.AwaitGate("first"));
+
+    const Frame large;
+    RvoCalyrOutput refused(large.input.header);
+    EXPECT_EQ(helper.Infer(nullptr, &refused), 2U);
+    EXPECT_EQ(helper.Infer(&large.input, nullptr), 2U);
+    EXPECT_EQ(helper.Infer(&large.input, &refused), 2U);
+
+    std::uint32_t frameStatus = 99;
+    support::EventFlag answered;
+    std::thread frame([&] {
+        Frame fitting;
+        fitting.input.header = HeaderOf(0, 0);
+        RvoCalyrOutput output(fitting.input.header);
+        frameStatus = helper.Infer(&fitting.input, &output);
+        answered.Set();
+    });
+    EXPECT_FALSE(answered.Wait(std::chrono::milliseconds(50)));
+    m_library.OpenGate("first");
+    EXPECT_TRUE(answered.Wait());
+    frame.join();
+    init.join();
+
+    EXPECT_EQ(frameStatus, 3U);
+    EXPECT_EQ(initStatus, 3U);
 }
 
 TEST_F(Init, OfNumbersThatNameNothingIsRefusedAndKeepsNothing) {
@@ -217,6 +256,43 @@ TEST_F(Init, OfAnotherDeviceGivesZeroAtOnceWhileFramesGoOn) {
     m_library.OpenGate("job");
     AwaitSwitch(helper);
     EXPECT_EQ(CallsOf("hvqInfer").back(), "hvqInfer 4");
+}
+
+TEST_F(Init, OfAnotherDeviceInTheMiddleOfAStreamKeepsWhatSkippingRestsOn) {
+    m_library.Add("fill segmentation copy input 0");
+    RvoCalyrHvqHelper helper(Seams());
+    InitGood(helper);
+    // The left half of it is foreground, so that there is an edge to compare at.
+    Frame frame;
+    const auto paint = [&](std::uint8_t left, std::uint8_t right) {
+        for (std::size_t at = 0; at < frame.bytes.size(); ++at)
+            frame.bytes[at] = at % kWidth < kWidth / 2 ? left : right;
+    };
+    paint(200, 55);
+    frame.Temporal();
+    RvoCalyrOutput output(frame.input.header);
+    ASSERT_EQ(helper.Infer(&frame.input, &output), 0U);
+    const std::vector<std::uint8_t> mask = MaskOf(output);
+    ASSERT_EQ(mask[0], 200);
+    ASSERT_EQ(mask[kWidth - 1], 55);
+    ASSERT_EQ(helper.Infer(&frame.input, &output), 0U);
+    ASSERT_EQ(m_library.Count("hvqInfer"), 1) << "the second is skipped";
+    m_library.Add("gate hvqCreateNetByBuiltin next job");
+
+    EXPECT_EQ(helper.Init(Option(kGpu)), 0U);
+
+    ASSERT_TRUE(m_library.AwaitGate("job"));
+    RvoCalyrOutput other(frame.input.header);
+    EXPECT_EQ(helper.Infer(&frame.input, &other), 0U);
+    EXPECT_EQ(m_library.Count("hvqInfer"), 1) << "the reference is the same";
+    EXPECT_EQ(MaskOf(other), mask);
+    paint(55, 200);
+    EXPECT_EQ(helper.Infer(&frame.input, &other), 0U);
+    EXPECT_EQ(m_library.Count("hvqInfer"), 2) << "and the edge";
+    const std::vector<float> input = m_library.Input("input");
+    ASSERT_EQ(input.size(), 4 * kArea);
+    EXPECT_TRUE(std::equal(mask.begin(), mask.end(), input.begin() + static_cast<std::ptrdiff_t>(3 * kArea)));
+    m_library.OpenGate("job");
 }
 
 TEST_F(Init, OfAnotherQualityGivesTwoAndChangesNothingThatFramesUse) {

@@ -230,6 +230,34 @@ TEST_F(Switching, LeavesAnEngineUnusedThatNobodyWantsAnyMore) {
     EXPECT_EQ(m_library.LiveEngines(), 0U);
 }
 
+TEST_F(Switching, DestroysAnEngineThatWaitsUnusedWhenTheNextJobFails) {
+    StartGatedJob(Option(kGpu), "job");
+    EXPECT_EQ(m_helper->Init(Option(kCpu)), 0U);
+    m_library.OpenGate("job");
+    (void)AwaitLine("create engine success");
+    m_library.Add("gate hvqCreateNetByBuiltin next second\nfail hvqCreateNetByBuiltin next \"out of luck\"");
+    do {
+        GiveFrames(50);
+    } while (!StartsAnotherJob(Option(kNpu), Option(kCpu)));  // only then the first job's engine waits unused
+    ASSERT_TRUE(m_library.AwaitGate("second"));
+    m_library.OpenGate("second");
+    std::vector<std::string> lines = AwaitLine("InitHvq(), failed");
+    EXPECT_EQ(m_library.LiveEngines(), 2U) << "the one in use and the one that waits";
+
+    do {
+        GiveFrames(1);
+    } while (m_library.LiveEngines() == 2U);
+    GiveFrames(50);
+
+    for (std::string& line : Lines(*m_helper))
+        lines.push_back(std::move(line));
+    EXPECT_THAT(lines, Not(Contains(HasSubstr("SwitchEngine(), [from]"))))
+        << "the engine of the first job is no answer";
+    EXPECT_THAT(CallsOf("hvqInfer"), Each(std::string("hvqInfer 2")));
+    EXPECT_THAT(CallsOf("hvqDestory"), Contains("hvqDestory 4"));
+    EXPECT_EQ(m_library.LiveEngines(), 1U);
+}
+
 TEST_F(Switching, DoesNotTryAFailedJobAgain) {
     m_library.Add("fail hvqCreateNetByBuiltin next \"out of luck\"");
     ASSERT_EQ(m_helper->Init(Option(kGpu)), 0U);
@@ -309,6 +337,28 @@ TEST_F(Switching, ForgetsTheEdgeTheReferenceAndTheCountOfInferences) {
         EXPECT_TRUE(Infers(BrightHalf::Left)) << inference;
     EXPECT_FALSE(Infers(BrightHalf::Left));
     EXPECT_THAT(CallsOf("hvqInfer"), Contains(std::string("hvqInfer 4")).Times(11));
+}
+
+TEST_F(Switching, GivesTheNewEnginesFirstInputTheMaskOfTheOld) {
+    m_library.Add("fill segmentation constant 55");
+    m_frame.Temporal();
+    GiveFrames(1);
+    // Frames that do not ask for temporal treatment leave that mask where it is.
+    m_library.Add("fill segmentation constant 77");
+    m_frame.Temporal(false);
+    StartGatedJob(Option(kGpu), "job");
+    m_library.OpenGate("job");
+
+    (void)InferUntil("2 RvoHvqHelper::SwitchEngine(), [from]");
+
+    EXPECT_THAT(CallsOf("hvqSetLayerData"), Contains(StartsWith("hvqSetLayerData 4 ")).Times(1));
+    std::vector<float> wanted(4 * kArea, 0.0F);
+    std::fill_n(wanted.begin() + static_cast<std::ptrdiff_t>(3 * kArea), kArea, 55.0F);
+    EXPECT_TRUE(m_library.Input("input") == wanted);
+    EXPECT_EQ(MaskOf(m_output), std::vector<std::uint8_t>(kArea, 77));
+    m_frame.Temporal();
+    GiveFrames(1);
+    EXPECT_EQ(MaskOf(m_output), std::vector<std::uint8_t>(kArea, 55)) << "skipped, and the old mask is the last kept";
 }
 
 TEST_F(Switching, LetsAFullRunOfSkipsForceTheFrameBehindTheFirst) {

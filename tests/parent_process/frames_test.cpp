@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "parent_fixture.h"
+#include "support/allocation_counter.h"
 #include "support/event_flag.h"
 
 namespace parent_process_tests {
@@ -181,6 +182,12 @@ TEST_F(ParentFrames, AllocateNothingOnceTheyRun) {
     const auto frames = m_listener.Frames();
     // The listener's own list grows at powers of two: between them the thread of the results allocates nothing.
     EXPECT_EQ(frames[380].allocations, frames[270].allocations);
+    const std::int64_t before = AllocationCount();
+    for (std::uint64_t tag = 401; tag <= 450;) {
+        if (TrySubmit(tag) == SubmitStatus::Sent) ++tag;
+    }
+    EXPECT_EQ(AllocationCount(), before) << "nor does the one that submits";
+    ASSERT_TRUE(m_listener.AwaitFrames(450));
     ExpectAGoodEnd();
 }
 

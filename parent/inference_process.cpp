@@ -223,6 +223,12 @@ SubmitStatus InferenceProcess::SubmitBy(const Frame& frame, WriterCall call, voi
     return run->Submit(frame, [&](FramePlanes& planes) { return call(object, planes); });
 }
 
+bool InferenceProcess::AwaitFrames(std::chrono::milliseconds patience) {
+    if (CallbackScope::Of(m_implementation.get()) != Kind::None) return false;
+    const auto run = m_implementation->LastRun();
+    return !run || run->AwaitFrames(patience);
+}
+
 std::optional<ProcessEnd> InferenceProcess::Stop(std::chrono::milliseconds patience) {
     return m_implementation->Stop(patience);
 }

@@ -110,7 +110,7 @@ struct Silence {
 //   log       OnLogLine, OnNotice
 //   keeper    OnSilence, OnEnded, and OnFrameLost for what a process took with it. By then the other threads are gone.
 //   any       OnDamage
-// No lock is held. All of them may call Submit, Init, Kill and what asks. None may call Stop, AwaitInit or the
+// No lock is held. All of them may call Submit, Init, Kill and what asks. None may call Stop, an Await or the
 // destructor, and OnEnded alone may call Start: the other way round these would wait for themselves, so they answer a
 // failure at once.
 //
@@ -203,7 +203,8 @@ class InferenceProcess {
     InitStatus Init(const EngineRequest& request);
 
     // Waits until every Init that was Sent has been answered, and gives the last answer. Nothing when the time ran out,
-    // when none was sent, or when the process ended.
+    // when none was sent, when the process ended, or in a callback. When the first engine of a family works,
+    // DeviceInUse knows its device.
     std::optional<InitAnswer> AwaitInit(std::chrono::milliseconds patience);
 
     // Sends a frame. `writer` is called at most once, on this thread, with a FramePlanes& to fill; it returns nothing,
@@ -227,9 +228,13 @@ class InferenceProcess {
             const_cast<void*>(static_cast<const void*>(std::addressof(writer))));
     }
 
+    // Waits until no frame is on its way: OnResult or OnFrameLost has returned for each that was Sent before the call.
+    // False when the time ran out, and in a callback.
+    bool AwaitFrames(std::chrono::milliseconds patience);
+
     // Ends the process: asks it, waits, and kills it when it has not ended by then. Returns how it ended; nothing when
-    // there was none, or in a callback. OnEnded has been called by then. Frames on their way may be lost: wait for
-    // their results first.
+    // there was none, or in a callback. OnEnded has been called by then. Frames on their way may be lost: AwaitFrames
+    // before.
     std::optional<ProcessEnd> Stop(std::chrono::milliseconds patience = std::chrono::seconds(5));
 
     // Ends the process at once; OnEnded follows. Harmless when there is none.
@@ -241,7 +246,7 @@ class InferenceProcess {
     Counts CountsSoFar() const;
 
     // The device that the engine in use really runs on, as its library says; "" before there is one. After a fallback
-    // that is "CPU"; behind "AUTO" what the engine chose.
+    // that is "CPU"; behind "AUTO" what the engine chose. It comes by the log, so perhaps a moment late.
     std::string DeviceInUse() const;
 
  private:

@@ -173,10 +173,24 @@ void ProcessRun::OnInit(std::uint32_t, std::int32_t result) {
 
 std::optional<InitAnswer> ProcessRun::AwaitInit(std::chrono::milliseconds patience) {
     std::unique_lock lock(m_mutex);
-    const bool answered =
-        WaitUntil(m_changed, lock, DeadlineIn(patience), [this] { return m_isOver || m_pendingInits.empty(); });
+    const auto deadline = DeadlineIn(patience);
+    const bool answered = WaitUntil(m_changed, lock, deadline, [this] { return m_isOver || m_pendingInits.empty(); });
     if (!answered || !m_pendingInits.empty()) return std::nullopt;
-    return m_lastAnswer;
+    const std::optional<InitAnswer> answer = m_lastAnswer;
+    if (answer && answer->status == 0) {
+        // The process has logged its device before it answered, but the log has a thread of its own. Not for longer
+        // than somebody would notice: its callback may be held up, or the line cut.
+        constexpr std::chrono::milliseconds kForTheLog{500};
+        (void)WaitUntil(m_changed, lock, std::min(deadline, DeadlineIn(kForTheLog)),
+                        [this] { return m_isOver || !m_families[m_activeFamily].device.empty(); });
+    }
+    return answer;
+}
+
+bool ProcessRun::AwaitFrames(std::chrono::milliseconds patience) {
+    std::unique_lock lock(m_mutex);
+    const std::uint64_t submitted = m_counts.submitted;
+    return WaitUntil(m_changed, lock, DeadlineIn(patience), [&] { return m_framesTold >= submitted; });
 }
 
 SubmitStatus ProcessRun::CheckSize(const FrameSize& size) const {
@@ -316,9 +330,20 @@ void ProcessRun::TellResult(const OutputSlot& slot, const PendingFrame& frame) {
         ++m_counts.results;
         if (result.isReused) ++m_counts.reused;
     }
-    const CallbackScope scope(m_owner, Kind::Callback);
-    m_listener.OnResult(result);
-    TellStaleness(frame, verdict);
+    {
+        const CallbackScope scope(m_owner, Kind::Callback);
+        m_listener.OnResult(result);
+        TellStaleness(frame, verdict);
+    }
+    HasTold();
+}
+
+void ProcessRun::HasTold() {
+    {
+        const std::lock_guard lock(m_mutex);
+        ++m_framesTold;
+    }
+    m_changed.notify_all();
 }
 
 void ProcessRun::TellStaleness(const PendingFrame& frame, const MaskFreshness::Verdict& verdict) {
@@ -350,8 +375,11 @@ void ProcessRun::TellLost(const PendingFrame& frame, LossReason reason) {
         m_skipGuard.Lost(frame.temporal);
         ++m_counts.lost;
     }
-    const CallbackScope scope(m_owner, Kind::Callback);
-    m_listener.OnFrameLost({frame.tag, reason});
+    {
+        const CallbackScope scope(m_owner, Kind::Callback);
+        m_listener.OnFrameLost({frame.tag, reason});
+    }
+    HasTold();
 }
 
 void ProcessRun::BeforeLook() {
@@ -406,6 +434,7 @@ void ProcessRun::OnLogLine(const LogLine& line) {
         m_lastLines.push_back(line);
         if (notice) FollowNotice(*notice, line);
     }
+    if (notice) m_changed.notify_all();
     const CallbackScope scope(m_owner, Kind::Callback);
     m_listener.OnLogLine(line);
     if (notice) m_listener.OnNotice(*notice);

@@ -45,6 +45,8 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
 
     SubmitStatus Submit(const Frame& frame, ipc::function_ref<Writing(FramePlanes&)> writer);
 
+    bool AwaitFrames(std::chrono::milliseconds patience);
+
     // Asks the process to end. False when the command could not be placed.
     bool AskToEnd();
     void Kill();
@@ -82,6 +84,7 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
     void TellLostFrames();
     void TellLost(const PendingFrame& frame, LossReason reason);
     void FollowNotice(Notice& notice, const LogLine& line);
+    void HasTold();
     void HeardOf();
 
     ProcessListener& m_listener;
@@ -95,6 +98,7 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
     Pairing m_pairing;
     SkipGuard m_skipGuard;
     Counts m_counts;
+    std::uint64_t m_framesTold = 0;            // the listener has returned from so many
     std::deque<EngineRequest> m_pendingInits;  // sent, and not answered
     std::optional<InitAnswer> m_lastAnswer;
     std::array<Family, kFamilies> m_families;

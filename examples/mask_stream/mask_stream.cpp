@@ -109,8 +109,7 @@ int main(int count, char** arguments) {
         else if (status != velmo_parent::SubmitStatus::Sent)
             return Fail("a frame was refused", "see SubmitStatus");
     }
-    while (process.CountsSoFar().inFlight > 0 && process.State() == velmo_parent::ProcessState::Running)
-        std::this_thread::sleep_for(1ms);
+    (void)process.AwaitFrames(5s);
 
     const auto end = process.Stop();
     std::printf("%llu frames, %llu left out, %llu with a mask, %llu of them reused\n",

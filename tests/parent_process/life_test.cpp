@@ -226,10 +226,33 @@ TEST_F(ParentLife, KeepsApartTwoProcessesWhoseIdsBeginAlike) {
     EXPECT_EQ(second.Stop(kPatience)->code, 0);
 }
 
+TEST_F(ParentLife, WaitsForFramesOnRequest) {
+    ASSERT_NO_FATAL_FAILURE(StartInferring("gate hvqInfer 1 held"));
+    EXPECT_TRUE(m_process->AwaitFrames(std::chrono::milliseconds(0))) << "none was sent";
+    for (std::uint64_t tag = 1; tag <= 3; ++tag)
+        ASSERT_EQ(TrySubmit(tag), SubmitStatus::Sent);
+    EXPECT_FALSE(m_process->AwaitFrames(std::chrono::milliseconds(50)));
+    m_library.Put("held.open", "");
+    EXPECT_TRUE(m_process->AwaitFrames(kPatience));
+    ExpectResults(1, 3);
+    ExpectAGoodEnd();
+}
+
+TEST_F(ParentLife, WaitsForFramesNoLongerThanTheProcessLives) {
+    ASSERT_NO_FATAL_FAILURE(StartInferring("gate hvqInfer 1 never"));
+    ASSERT_EQ(TrySubmit(1), SubmitStatus::Sent);
+    m_process->Kill();
+    EXPECT_TRUE(m_process->AwaitFrames(kPatience));
+    EXPECT_THAT(m_listener.Frames(), Each(Field(&FrameNews::isLost, true)));
+}
+
 TEST_F(ParentLife, RefusesWhatACallbackWouldWaitForItselfWith) {
     std::atomic<int> refused{0};
     m_listener.onResult = [&](const velmo_parent::Result&) {
-        if (!m_process->Start() && !m_process->Stop() && !m_process->AwaitInit(kPatience)) ++refused;
+        if (!m_process->Start() && !m_process->Stop() && !m_process->AwaitInit(kPatience) &&
+            !m_process->AwaitFrames(kPatience)) {
+            ++refused;
+        }
     };
     ASSERT_NO_FATAL_FAILURE(StartInferring(""));
     ASSERT_NO_FATAL_FAILURE(Stream(1, 2));
@@ -270,8 +293,8 @@ TEST_F(ParentInit, IsCheckedBeforeItIsSent) {
         EXPECT_EQ(m_process->Init(noFamily), InitStatus::BadRequest);
     }
     EXPECT_EQ(Init(Request()), 0);
-    EXPECT_THAT(m_listener.Inits(), SizeIs(1)) << "none of the others was sent";
     ExpectAGoodEnd();
+    EXPECT_THAT(m_listener.Inits(), SizeIs(1)) << "none of the others was sent";
 }
 
 TEST_F(ParentInit, ThatFailsLeavesFramesRefusedUntilOneSucceeds) {

@@ -143,7 +143,7 @@ class InferenceProcess::Implementation {
         const std::string id = m_options.idPrefix + "-" + std::to_string(platform::CurrentProcessId()) + "-" +
                                std::to_string(NextNumber());
         auto run = std::make_shared<ProcessRun>(id, m_listener, this, Link::Seams{});
-        const Outcome outcome = run->Start(
+        Outcome outcome = run->Start(
             {.program = m_options.program,
              .environment = m_options.environment,
              .standardOutputPath = m_options.standardOutputPath,

@@ -203,8 +203,8 @@ class InferenceProcess {
     InitStatus Init(const EngineRequest& request);
 
     // Waits until every Init that was Sent has been answered, and gives the last answer. Nothing when the time ran out,
-    // when none was sent, when the process ended, or in a callback. When the first engine of a family works,
-    // DeviceInUse knows its device.
+    // when none was sent, when the process ended, or in a callback. OnInit may be about to be called still. When the
+    // first engine of a family works, DeviceInUse knows its device.
     std::optional<InitAnswer> AwaitInit(std::chrono::milliseconds patience);
 
     // Sends a frame. `writer` is called at most once, on this thread, with a FramePlanes& to fill; it returns nothing,

@@ -176,7 +176,7 @@ std::optional<InitAnswer> ProcessRun::AwaitInit(std::chrono::milliseconds patien
     const auto deadline = DeadlineIn(patience);
     const bool answered = WaitUntil(m_changed, lock, deadline, [this] { return m_isOver || m_pendingInits.empty(); });
     if (!answered || !m_pendingInits.empty()) return std::nullopt;
-    const std::optional<InitAnswer> answer = m_lastAnswer;
+    std::optional<InitAnswer> answer = m_lastAnswer;
     if (answer && answer->status == 0) {
         // The process has logged its device before it answered, but the log has a thread of its own. Not for longer
         // than somebody would notice: its callback may be held up, or the line cut.

@@ -214,18 +214,12 @@ class InferenceProcess {
     template <class Writer>
     SubmitStatus Submit(const Frame& frame, Writer&& writer) {
         using Plain = std::remove_reference_t<Writer>;
-        return SubmitBy(
-            frame,
-            [](void* object, FramePlanes& planes) {
-                Plain& call = *static_cast<Plain*>(object);
-                if constexpr (std::is_void_v<std::invoke_result_t<Plain&, FramePlanes&>>) {
-                    call(planes);
-                    return Writing::Done;
-                } else {
-                    return call(planes);
-                }
-            },
-            const_cast<void*>(static_cast<const void*>(std::addressof(writer))));
+        if constexpr (std::is_function_v<Plain>) {
+            return Submit(frame, [&writer](FramePlanes& planes) { return writer(planes); });
+        } else {
+            return SubmitBy(frame, &CallWriter<Plain>,
+                            const_cast<void*>(static_cast<const void*>(std::addressof(writer))));
+        }
     }
 
     // Waits until no frame is on its way: OnResult or OnFrameLost has returned for each that was Sent before the call.
@@ -251,6 +245,16 @@ class InferenceProcess {
 
  private:
     using WriterCall = Writing (*)(void* object, FramePlanes& planes);
+    template <class Writer>
+    static Writing CallWriter(void* object, FramePlanes& planes) {
+        Writer& writer = *static_cast<Writer*>(object);
+        if constexpr (std::is_void_v<std::invoke_result_t<Writer&, FramePlanes&>>) {
+            writer(planes);
+            return Writing::Done;
+        } else {
+            return writer(planes);
+        }
+    }
     SubmitStatus SubmitBy(const Frame& frame, WriterCall call, void* object);
 
     class Implementation;

@@ -147,7 +147,7 @@ class Link {
     // How far the process has come with the frames.
     SendProgress FrameProgress() const { return m_frames.Progress(); }
 
-    // Makes the thread of the results look now. Only between Open and Close.
+    // Makes the thread of the results look now; nothing happens when the link isn't open.
     void LookForResults() { m_results.Wake(); }
 
     // Who is told of the slots of the results; before Open. Must outlive the link.

@@ -78,6 +78,8 @@ class ReceiveEnd {
             m_objects.Close();
             return Outcome::Failure("no thread for channel " + name);
         }
+        const std::lock_guard lock(m_mutex);
+        m_isOpen = true;
         return outcome;
     }
 
@@ -92,9 +94,12 @@ class ReceiveEnd {
         m_roundDone.wait(lock, [&] { return m_roundsDone >= wanted; });
     }
 
-    // Makes this end look now, and not only at the next message or after a while.
-    // Thread: any, while the end is open and nobody closes it.
-    void Wake() { (void)m_objects.Filled().Set(); }
+    // Makes this end look now, and not only at the next message or after a while. Nothing happens when it isn't open.
+    // Thread: any.
+    void Wake() {
+        const std::lock_guard lock(m_mutex);
+        if (m_isOpen) (void)m_objects.Filled().Set();
+    }
 
     // True when the mapping held what no party that keeps the steps can leave there; nothing is received any more.
     // Thread: any.
@@ -108,6 +113,8 @@ class ReceiveEnd {
         (void)m_objects.Filled().Set();
         (void)m_thread->Join();
         m_thread.reset();
+        const std::lock_guard lock(m_mutex);
+        m_isOpen = false;
         m_objects.Close();
     }
 
@@ -180,10 +187,11 @@ class ReceiveEnd {
     ReceiveWatch* m_watch = nullptr;             // set before the thread starts
     std::atomic<bool> m_stop{false};
     std::atomic<bool> m_damaged{false};
-    std::mutex m_mutex;  // guards the two counts
+    std::mutex m_mutex;  // guards the counts and the flag
     std::condition_variable m_roundDone;
     std::uint64_t m_roundsWanted = 0;  // rounds of the thread that somebody waits for
     std::uint64_t m_roundsDone = 0;
+    bool m_isOpen = false;  // for those who wake
 };
 
 }  // namespace velmo_parent

@@ -142,6 +142,20 @@ TEST_F(ParentFrames, AreWrittenIntoPlanesOfTheirSize) {
     ExpectAGoodEnd();
 }
 
+void WriteTheFirst(FramePlanes& planes) {
+    WriteTagged(1, planes);
+}
+
+TEST_F(ParentFrames, CanBeWrittenByFunctionsAndConstantObjects) {
+    ASSERT_NO_FATAL_FAILURE(StartInferring(""));
+    EXPECT_EQ(m_process->Submit({1, kSmall, Skipping::Off}, WriteTheFirst), SubmitStatus::Sent);
+    const auto writer = [](FramePlanes& planes) { WriteTagged(2, planes); };
+    EXPECT_EQ(m_process->Submit({2, kSmall, Skipping::Off}, writer), SubmitStatus::Sent);
+    ASSERT_TRUE(m_listener.AwaitFrames(2));
+    ExpectResults(1, 2);
+    ExpectAGoodEnd();
+}
+
 TEST_F(ParentFrames, AreNotTakenOutOfAWriter) {
     ASSERT_NO_FATAL_FAILURE(StartInferring(""));
     SubmitStatus inner = SubmitStatus::Sent;

@@ -512,6 +512,28 @@ TEST_F(PeerChannelThread, TellsItsWatchHowLongTheOtherSideCanHaveBeenWithoutASlo
     receiver.Close();
 }
 
+TEST_F(PeerChannelThread, LooksWhenItIsWoken) {
+    class Looks : public ReceiveWatch {
+     public:
+        void AfterLook() override { ++count; }
+        std::atomic<int> count{0};
+    } watch;
+    ReceiveEnd<Message, 3> receiver(m_os, m_threads);
+    receiver.Wake();  // harmless
+    ASSERT_TRUE(receiver.Open("x", nullptr, &watch));
+    ASSERT_TRUE(m_os.AwaitWaiters("x_evt_fld"));
+    m_os.ForgetCalls();
+
+    receiver.Wake();
+
+    EXPECT_THAT(m_os.Signalled(), Contains("x_evt_fld"));
+    const int before = watch.count;
+    while (watch.count == before)
+        std::this_thread::yield();
+    receiver.Close();
+    receiver.Wake();
+}
+
 TEST_F(PeerChannelThread, LooksOftenFromTheMomentAMessageIsKept) {
     SendEnd<Message, 5> sender(m_os, m_threads);
     ASSERT_TRUE(sender.Open("x"));

@@ -54,7 +54,8 @@ struct EngineRequest {
 
 enum class [[nodiscard]] InitStatus{
     Sent,          // there will be an answer, as long as the process lives
-    Full,          // 31 commands wait; try again later
+    Full,          // 31 commands wait, or an Init of this family with another quality is not answered yet: try again
+                   // later
     BadRequest,    // a text is too long or holds a NUL, or a number names nothing
     NeedsRestart,  // this family works with another quality: its frame size stays as it is until the process ends
     NotRunning,    // no process

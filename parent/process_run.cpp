@@ -128,6 +128,12 @@ InitStatus ProcessRun::Init(const EngineRequest& request) {
         if (m_isOver) return InitStatus::NotRunning;
         const std::uint32_t pixels = m_families[static_cast<std::size_t>(request.family)].pixels;
         if (pixels != 0 && pixels != PixelsOf(SizeOf(request.quality))) return InitStatus::NeedsRestart;
+        // The first of them to succeed fixes the size, and the other would then be one that needs a restart.
+        const bool isUndecided =
+            std::any_of(m_pendingInits.begin(), m_pendingInits.end(), [&](const EngineRequest& pending) {
+                return pending.family == request.family && pending.quality != request.quality;
+            });
+        if (isUndecided) return InitStatus::Full;
         m_pendingInits.push_back(request);  // before it is sent: the answer may be here at once
         m_skipGuard.HelperChanges();
     }

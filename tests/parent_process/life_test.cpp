@@ -317,6 +317,20 @@ TEST_F(ParentInit, OfAnotherQualityNeedsARestart) {
     ExpectAGoodEnd();
 }
 
+TEST_F(ParentInit, OfAnotherQualityWaitsForTheOneThatIsNotAnswered) {
+    ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSmall) + "gate hvqCreateNetByBuiltin 1 held"));
+    ASSERT_EQ(m_process->Init(Request()), InitStatus::Sent);
+    EXPECT_EQ(m_process->Init(Request(kLarge)), InitStatus::Full);
+    EXPECT_EQ(m_process->Init(Request()), InitStatus::Sent);
+    m_library.Put("held.open", "");
+    const auto answer = m_process->AwaitInit(kPatience);
+    ASSERT_TRUE(answer);
+    EXPECT_EQ(answer->status, 0);
+    EXPECT_EQ(m_process->Init(Request(kLarge)), InitStatus::NeedsRestart);
+    ExpectAGoodEnd();
+    EXPECT_THAT(m_listener.Inits(), SizeIs(2));
+}
+
 TEST_F(ParentInit, WaitsNoLongerThanTheProcessLives) {
     ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSmall) + "exit hvqCreateNetByBuiltin 1 5"));
     ASSERT_EQ(m_process->Init(Request()), InitStatus::Sent);

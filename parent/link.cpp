@@ -54,8 +54,9 @@ Outcome Link::Open() {
         outcome = m_events.Open(m_id + calyr_ipc::kEventSuffix, [this](const EventSlot& slot) { TakeEvent(slot); });
     }
     if (outcome) {
-        outcome = m_results.Open(m_id + calyr_ipc::kOutputSuffix,
-                                 [this](const calyr_ipc::OutputSlot& slot) { m_listener.OnFrameResult(slot); });
+        outcome = m_results.Open(
+            m_id + calyr_ipc::kOutputSuffix,
+            [this](const calyr_ipc::OutputSlot& slot) { m_listener.OnFrameResult(slot); }, m_resultWatch);
     }
     if (outcome) {
         outcome = m_logs.Open(m_id + calyr_ipc::kLogSuffix,
@@ -74,7 +75,8 @@ Outcome Link::StartProcess(const ProcessStart& start) {
                                               .commandTail = m_id,
                                               .environment = start.environment,
                                               .standardOutputPath = start.standardOutputPath,
-                                              .standardErrorPath = start.standardErrorPath},
+                                              .standardErrorPath = start.standardErrorPath,
+                                              .lifetime = start.lifetime},
                                              error);
     if (!m_process) return Outcome::Failure("can't start " + start.program + ": " + error);
     m_processId = m_process->Id();
@@ -123,6 +125,10 @@ SendResult Link::SendCommand(ipc::function_ref<void(CommandSlot&)> writer) {
 
 SendResult Link::SubmitFrame(ipc::function_ref<void(calyr_ipc::InputSlot&)> writer) {
     return m_frames.Send(writer);
+}
+
+SendResult Link::SubmitFrameIf(ipc::function_ref<Writing(calyr_ipc::InputSlot&)> writer) {
+    return m_frames.SendIf(writer);
 }
 
 std::optional<platform::ChildExit> Link::WaitForExit(std::uint32_t timeoutMs) {

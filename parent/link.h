@@ -83,6 +83,7 @@ struct ProcessStart {
     std::vector<std::pair<std::string, std::string>> environment{};  // set over the inherited ones
     std::string standardOutputPath{};                                // files to write; "" inherits the stream
     std::string standardErrorPath{};
+    platform::Lifetime lifetime = platform::Lifetime::ItsOwn;  // what becomes of it when this process ends first
 };
 
 // Who answers heartbeats. After six without an answer the process ends itself with -1.
@@ -140,6 +141,17 @@ class Link {
     // Sends a frame: `writer` fills the slot (an RvoCalyrIpcInput and index 0) in place, on the calling thread. Four
     // can be on their way; then it is Full until the process has finished one. Never waits.
     SendResult SubmitFrame(ipc::function_ref<void(calyr_ipc::InputSlot&)> writer);
+    // The same with a writer that can decline.
+    SendResult SubmitFrameIf(ipc::function_ref<Writing(calyr_ipc::InputSlot&)> writer);
+
+    // How far the process has come with the frames.
+    SendProgress FrameProgress() const { return m_frames.Progress(); }
+
+    // Makes the thread of the results look now; nothing happens when the link isn't open.
+    void LookForResults() { m_results.Wake(); }
+
+    // Who is told of the slots of the results; before Open. Must outlive the link.
+    void WatchResults(ReceiveWatch& watch) { m_resultWatch = &watch; }
 
     // Waits for the end of the process that StartProcess started, then until the listener has seen everything that the
     // process has sent, its last log lines too. timeoutMs is for the process; platform::kNoTimeLimit waits for good.
@@ -174,7 +186,8 @@ class Link {
     std::atomic<std::uint32_t> m_processId{0};
     bool m_wasOpened = false;  // touched by Open only
     std::unique_ptr<platform::ChildProcess> m_process;
-    LogLineAssembler m_log;  // touched by the log channel's thread only
+    LogLineAssembler m_log;                 // touched by the log channel's thread only
+    ReceiveWatch* m_resultWatch = nullptr;  // set before Open
     // The receiving ends go first: their threads send.
     SendEnd<calyr_ipc::CommandSlot, 32> m_commands;
     SendEnd<calyr_ipc::InputSlot, 5> m_frames;

@@ -139,6 +139,12 @@ class ReceiverLists {
         return true;
     }
 
+    // True when the sender has used up its free list: it can send nothing until GiveBack is true. Stays so until then.
+    template <class Words>
+    bool SenderIsOut(Words& words) const {
+        return words.Load(ipc::List::Free, ipc::End::Head) == ipc::kNoNode;
+    }
+
     // True once the mapping held what no party that keeps the steps can leave there. Nothing is taken or given then.
     bool Damaged() const { return m_damaged; }
 
@@ -191,6 +197,19 @@ class SenderLists {
         if (m_damaged || !GiveChain(words, ipc::List::Used, m_aside)) return false;
         m_aside.Clear();
         return true;
+    }
+
+    // How many nodes the free list shows, N at most. The receiver may be giving nodes back: what is there for sure is
+    // counted, and perhaps not yet the newest.
+    template <class Words>
+    std::int32_t CountFree(Words& words) const {
+        std::int32_t count = 0;
+        std::int32_t node = UsableHead(words, ipc::List::Free);
+        while (node >= 0 && node < words.NodeCount() && count < N) {
+            ++count;
+            node = words.LoadNext(node);
+        }
+        return count;
     }
 
     // As with ReceiverLists.

@@ -15,14 +15,24 @@
 #include "velmo_parent/channel_objects.h"
 #include "velmo_parent/outcome.h"
 #include "velmo_parent/peer_lists.h"
+#include "velmo_parent/writing.h"
 
 namespace velmo_parent {
 
 enum class SendResult {
-    Sent,     // on its way: with the process, or kept here in order until that has taken what came before
-    Full,     // no slot is free just now; the writer has not run
-    Closed,   // not open, or closed, or the channel's lists are damaged
-    Refused,  // the message itself can't be sent; see the operation
+    Sent,      // on its way: with the process, or kept here in order until that has taken what came before
+    Full,      // no slot is free just now; the writer has not run
+    Closed,    // not open, or closed, or the channel's lists are damaged
+    Refused,   // the message itself can't be sent; see the operation
+    Declined,  // the writer would not; nothing is sent, and the slot serves the next message
+};
+
+// How far the process has come with what was sent. Both are of one moment.
+struct SendProgress {
+    std::uint64_t sent = 0;       // messages since Open
+    std::int32_t unfinished = 0;  // of them, those whose slots the process has not given back: kept here, waiting for
+                                  // it, or in its hands. Perhaps one too many, if it gives one back just now; never too
+                                  // few
 };
 
 // The sending end of a channel that the process receives on. It holds back one of the N slots, so N - 1 messages can be
@@ -59,13 +69,23 @@ class SendEnd {
     // Sends one message without ever waiting for the process. `writer` fills a slot, which may hold anything. What it
     // throws is passed on; nothing is sent then, and the slot serves the next message.
     SendResult Send(ipc::function_ref<void(T&)> writer) {
+        return SendIf([&](T& slot) {
+            if (writer) writer(slot);
+            return Writing::Done;
+        });
+    }
+
+    // The same with a writer that can decline.
+    SendResult SendIf(ipc::function_ref<Writing(T&)> writer) {
         const std::lock_guard lock(m_mutex);
         if (!m_isOpen || m_lists.Damaged()) return SendResult::Closed;
         ipc::AtomicWords words = m_objects.Words();
         const std::int32_t node = m_lists.TakeFree(words);
         if (node == ipc::kNoNode) return m_lists.Damaged() ? SendResult::Closed : SendResult::Full;
-        if (writer) writer(*static_cast<T*>(static_cast<void*>(m_objects.SlotAt(node))));
+        T& slot = *static_cast<T*>(static_cast<void*>(m_objects.SlotAt(node)));
+        if (writer && writer(slot) == Writing::Declined) return SendResult::Declined;
         m_lists.Keep();
+        ++m_sent;
         Give();
         // The thread may be in its long wait: from now on it looks often, so that the process need not run dry first.
         if (!m_lists.Aside().Empty()) (void)m_objects.Available().Set();
@@ -76,6 +96,14 @@ class SendEnd {
     std::int32_t Waiting() const {
         const std::lock_guard lock(m_mutex);
         return m_lists.Aside().Count();
+    }
+
+    SendProgress Progress() const {
+        const std::lock_guard lock(m_mutex);
+        if (!m_isOpen) return {m_sent, 0};
+        ipc::AtomicWords words = m_objects.Words();
+        const std::int32_t inHand = m_lists.InHand() == ipc::kNoNode ? 0 : 1;
+        return {m_sent, N - m_lists.CountFree(words) - inHand};
     }
 
     // True when the mapping held what no party that keeps the steps can leave there; nothing is sent any more.
@@ -146,6 +174,7 @@ class SendEnd {
     mutable std::mutex m_mutex;  // guards the rest
     SenderLists<N> m_lists;
     bool m_isOpen = false;
+    std::uint64_t m_sent = 0;
 };
 
 }  // namespace velmo_parent

@@ -23,6 +23,15 @@ struct ChildExit {
     std::int32_t signal = 0;
 };
 
+// What becomes of a child when this process ends first, however that ends.
+enum class Lifetime {
+    ItsOwn,  // it goes on
+    // It is ended at once, with this process. Linux: already with the thread that started it, so that has to be one
+    // that stays. Windows: where this process is in a job and the system can't put one into another (before Windows 8)
+    // the child can't be started.
+    ThisProcess,
+};
+
 // What to start.
 struct ChildStart {
     std::string program;      // path of the executable, UTF-8
@@ -32,6 +41,7 @@ struct ChildStart {
     std::string standardOutputPath;  // file to create or empty for it; "" inherits this process's stream
                                      // (Linux: /dev/null where this process has none)
     std::string standardErrorPath;   // the same; equal paths are one file that both write to in their order
+    Lifetime lifetime = Lifetime::ItsOwn;
 };
 
 // A started child. Destroying the object lets go of the child and does not end it (Linux: a child that has not

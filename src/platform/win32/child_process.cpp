@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdint>
 #include <map>
+#include <mutex>
 
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/wide_text.h"
@@ -159,6 +160,18 @@ class ChildStreams {
     LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
 };
 
+// The job that ends its members when its last handle is closed: the system does that with this process's end. None when
+// the system refuses; the reason is in GetLastError.
+UniqueHandle MakeJob() {
+    UniqueHandle job(::CreateJobObjectW(nullptr, nullptr));
+    if (!job) return {};
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    if (::SetInformationJobObject(job.Get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits)) == 0)
+        return {};
+    return job;
+}
+
 class CreatedChildren final : public ChildProcesses {
  public:
     std::unique_ptr<ChildProcess> Start(const ChildStart& start, std::string& error) override {
@@ -170,10 +183,28 @@ class CreatedChildren final : public ChildProcesses {
             return nullptr;
         }
         const UniqueHandle thread(created.hThread);
-        return std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
+        auto child = std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
+        if (start.lifetime == Lifetime::ThisProcess) {
+            const DWORD refusal = TieAndRun(created.hProcess, created.hThread);
+            if (refusal != ERROR_SUCCESS) {
+                child->Kill();
+                error = win32::ErrorText(refusal);
+                return nullptr;
+            }
+        }
+        return child;
     }
 
  private:
+    // For a child that was created without running: it can't run before it is in the job. Gives the system's error
+    // number.
+    DWORD TieAndRun(HANDLE process, HANDLE thread) {
+        const std::lock_guard lock(m_mutex);
+        if (!m_job) m_job = MakeJob();
+        if (!m_job || ::AssignProcessToJobObject(m_job.Get(), process) == 0) return ::GetLastError();
+        return ::ResumeThread(thread) != static_cast<DWORD>(-1) ? ERROR_SUCCESS : ::GetLastError();
+    }
+
     // Gives the system's error number; asked for at once, before the texts below are released.
     static DWORD Create(const ChildStart& start, ChildStreams& streams, PROCESS_INFORMATION& created) {
         const std::wstring program = ToWide(CP_UTF8, start.program);
@@ -183,12 +214,16 @@ class CreatedChildren final : public ChildProcesses {
         STARTUPINFOEXW info{};
         info.StartupInfo.cb = sizeof(info);
         streams.Describe(info);
-        constexpr DWORD kFlags = CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT;
+        constexpr DWORD kAlways = CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT;
+        const DWORD flags = kAlways | (start.lifetime == Lifetime::ThisProcess ? CREATE_SUSPENDED : 0U);
         const BOOL done =
-            ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, streams.Any() ? TRUE : FALSE,
-                             kFlags, environment.data(), nullptr, &info.StartupInfo, &created);
+            ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, streams.Any() ? TRUE : FALSE, flags,
+                             environment.data(), nullptr, &info.StartupInfo, &created);
         return done != 0 ? ERROR_SUCCESS : ::GetLastError();
     }
+
+    std::mutex m_mutex;
+    UniqueHandle m_job;  // one for all; guarded by m_mutex. This object is never destroyed, so it goes with the process
 };
 
 }  // namespace

@@ -6,12 +6,15 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <span>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "ipc/channel.h"
+#include "support/event_flag.h"
 #include "support/fake_kernel_objects.h"
 #include "support/recording_streams.h"
 #include "support/std_threads.h"
@@ -386,6 +389,149 @@ TEST_F(PeerChannelThread, SendsGoOnAfterAWriterThatThrew) {
     while (checker.Seen() < 2)
         fixed.Receive([&](const Message& message) { checker.See(message); }, kPatienceMs);
     EXPECT_EQ(checker.Wrong(), 0U);
+}
+
+TEST_F(PeerChannelThread, SendsNothingOfAWriterThatDeclines) {
+    SendEnd<Message, 3> sender(m_os, m_threads);
+    ipc::channel<Message, 3> fixed(ipc::kReceives, m_os, m_streams);
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(fixed.Open("x"));
+    Checker checker;
+
+    for (int round = 0; round < 10; ++round) {
+        EXPECT_EQ(sender.SendIf([](Message& slot) {
+            slot = Numbered(99);
+            return Writing::Declined;
+        }),
+                  SendResult::Declined);
+    }
+
+    EXPECT_EQ(sender.Send([](Message& slot) { slot = Numbered(1); }), SendResult::Sent);
+    EXPECT_EQ(sender.SendIf([](Message& slot) {
+        slot = Numbered(2);
+        return Writing::Done;
+    }),
+              SendResult::Sent);
+    EXPECT_EQ(sender.Send(nullptr), SendResult::Full);
+    while (checker.Seen() < 2)
+        fixed.Receive([&](const Message& message) { checker.See(message); }, kPatienceMs);
+    EXPECT_EQ(checker.Wrong(), 0U);
+}
+
+TEST_F(PeerChannelThread, TellsHowManyMessagesTheOtherSideHasNotDoneWith) {
+    SendEnd<Message, 5> sender(m_os, m_threads);
+    EXPECT_EQ(sender.Progress().unfinished, 0) << "not open";
+    ipc::channel<Message, 5> fixed(ipc::kReceives, m_os, m_streams);
+    ASSERT_TRUE(sender.Open("x"));
+    ASSERT_TRUE(fixed.Open("x"));
+    EXPECT_EQ(sender.Progress().sent, 0U);
+    EXPECT_EQ(sender.Progress().unfinished, 0);
+    for (int message = 1; message <= 4; ++message) {
+        EXPECT_EQ(sender.Send(nullptr), SendResult::Sent);
+        EXPECT_EQ(sender.Progress().unfinished, message);
+    }
+    EXPECT_EQ(sender.Progress().sent, 4U);
+    (void)sender.SendIf([](Message&) { return Writing::Declined; });  // finds no slot at all
+    for (int left = 3; left >= 0; --left) {
+        fixed.Receive([&](const Message&) { EXPECT_EQ(sender.Progress().unfinished, left + 1) << "in its hands"; },
+                      kPatienceMs);
+        EXPECT_EQ(sender.Progress().unfinished, left);
+    }
+    (void)sender.SendIf([](Message&) { return Writing::Declined; });  // leaves a slot in hand
+    EXPECT_EQ(sender.Progress().unfinished, 0);
+    EXPECT_EQ(sender.Progress().sent, 4U);
+}
+
+// Keeps what it is told of slots.
+class RecordingWatch : public ReceiveWatch {
+ public:
+    void BeforeGiving(std::int64_t /*pauseMs*/) override { m_isGiving = true; }
+    void AfterGiving(std::uint64_t slots, std::int64_t pauseMs) override {
+        const std::lock_guard lock(m_mutex);
+        if (!m_isGiving || pauseMs < 0) slots = 0;  // out of turn
+        m_isGiving = false;
+        m_slots.push_back(slots);
+    }
+    std::vector<std::uint64_t> TakeSlots() {
+        const std::lock_guard lock(m_mutex);
+        return std::exchange(m_slots, {});
+    }
+
+ private:
+    std::mutex m_mutex;
+    std::vector<std::uint64_t> m_slots;
+    bool m_isGiving = false;  // touched by the end's thread only
+};
+
+TEST_F(PeerChannelThread, TellsItsWatchThatAsManyMessagesHadSlotsAsThereAre) {
+    RecordingWatch watch;
+    ReceiveEnd<Message, 3> receiver(m_os, m_threads);
+    ASSERT_TRUE(receiver.Open("x", nullptr, &watch));
+    ipc::channel<Message, 3> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    std::size_t told = 0;
+    for (std::uint64_t message = 1; message <= 30; ++message) {
+        ASSERT_TRUE(fixed.Send(nullptr, false, kPatienceMs));
+        receiver.Drain();
+        // Slots are given when all have been used up: for the latest message the last one.
+        for (const std::uint64_t slots : watch.TakeSlots()) {
+            EXPECT_EQ(slots, message);
+            ++told;
+        }
+    }
+    EXPECT_GE(told, 10U) << "two at a time at most";
+}
+
+TEST_F(PeerChannelThread, TellsItsWatchHowLongTheOtherSideCanHaveBeenWithoutASlot) {
+    class Pauses : public ReceiveWatch {
+     public:
+        void AfterGiving(std::uint64_t /*slots*/, std::int64_t pauseMs) override { longestMs = pauseMs; }
+        std::int64_t longestMs = 0;
+    } watch;
+    support::EventFlag release;
+    ReceiveEnd<Message, 3> receiver(m_os, m_threads);
+    int seen = 0;
+    ASSERT_TRUE(receiver.Open(
+        "x",
+        [&](const Message&) {
+            if (++seen == 2) {
+                EXPECT_TRUE(release.Wait());
+            }
+        },
+        &watch));
+    ipc::channel<Message, 3> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    for (int message = 0; message < 3; ++message)
+        ASSERT_TRUE(fixed.Send(nullptr, false, kPatienceMs));
+    EXPECT_FALSE(fixed.Send(nullptr, false, 300)) << "nobody gives a slot";
+
+    release.Set();
+    receiver.Drain();
+
+    EXPECT_GE(watch.longestMs, 300);
+    receiver.Close();
+}
+
+TEST_F(PeerChannelThread, LooksWhenItIsWoken) {
+    class Looks : public ReceiveWatch {
+     public:
+        void AfterLook() override { ++count; }
+        std::atomic<int> count{0};
+    } watch;
+    ReceiveEnd<Message, 3> receiver(m_os, m_threads);
+    receiver.Wake();  // harmless
+    ASSERT_TRUE(receiver.Open("x", nullptr, &watch));
+    ASSERT_TRUE(m_os.AwaitWaiters("x_evt_fld"));
+    m_os.ForgetCalls();
+
+    receiver.Wake();
+
+    EXPECT_THAT(m_os.Signalled(), Contains("x_evt_fld"));
+    const int before = watch.count;
+    while (watch.count == before)
+        std::this_thread::yield();
+    receiver.Close();
+    receiver.Wake();
 }
 
 TEST_F(PeerChannelThread, LooksOftenFromTheMomentAMessageIsKept) {

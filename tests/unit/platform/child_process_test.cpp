@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -213,6 +214,85 @@ TEST(ChildProcess, InheritsVariablesAndSeesThemReplaced) {
 
     EXPECT_EQ(OutputOf("variable:PATH", {{"VELMOML_TEST_VALUE", "x"}}), path);
     EXPECT_EQ(OutputOf("variable:PATH", {{"PATH", path + std::string(";/more")}}), path + std::string(";/more"));
+}
+
+// Holds the mapping, says so by the event, and stays until it is killed or the other event comes.
+const roles::Registered g_hold("hold", [](const std::string& name) {
+    auto& objects = platform::SystemKernelObjects();
+    const auto mapping = objects.CreateMapping(name + "m", 4096);
+    const auto ready = objects.CreateOrOpenEvent(name + "r");
+    const auto end = objects.CreateOrOpenEvent(name + "e");
+    if (!mapping || !ready || !end || !ready->Set()) return 1;
+    return end->Wait(contract::kWatchdogMs) == platform::WaitResult::Signalled ? 0 : 1;
+});
+
+int StartHolderAndStay(const std::string& name, platform::Lifetime lifetime) {
+    ChildStart start{OwnProgram(), "hold:" + name, {}, {}, {}};
+    start.lifetime = lifetime;
+    OwnChild child(start);
+    (void)child.Process().WaitForExit(contract::kWatchdogMs);
+    return 0;
+}
+
+const roles::Registered g_tied("tied", [](const std::string& name) {
+    return StartHolderAndStay(name, platform::Lifetime::ThisProcess);
+});
+const roles::Registered g_untied("untied", [](const std::string& name) {
+    return StartHolderAndStay(name, platform::Lifetime::ItsOwn);
+});
+
+// A child that has a child, which holds a mapping.
+class ParentThatIsKilled : public testing::Test {
+ protected:
+    void KillOneThatIs(const std::string& role) {
+        const auto ready = m_objects.CreateOrOpenEvent(m_name + "r");
+        ASSERT_NE(ready, nullptr);
+        OwnChild parent(role + ":" + m_name);
+        ASSERT_EQ(ready->Wait(contract::kWatchdogMs), platform::WaitResult::Signalled);
+        ASSERT_TRUE(IsHeld());
+        parent.Kill();
+    }
+    bool IsHeld() { return m_objects.OpenMapping(m_name + "m", platform::MappingAccess::ReadOnly) != nullptr; }
+    // Until the mapping has no user; nobody tells of that. False when it keeps one.
+    bool AwaitNoHolder() {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(contract::kWatchdogMs / 2);
+        while (IsHeld()) {
+            if (std::chrono::steady_clock::now() > end) return false;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        return true;
+    }
+
+    platform::KernelObjects& m_objects = platform::SystemKernelObjects();
+    const std::string m_name = contract::FreshName();
+};
+
+TEST_F(ParentThatIsKilled, TakesAChildWithItThatIsTiedToIt) {
+    ASSERT_NO_FATAL_FAILURE(KillOneThatIs("tied"));
+    EXPECT_TRUE(AwaitNoHolder());
+}
+
+TEST_F(ParentThatIsKilled, LeavesAChildThatHasALifeOfItsOwn) {
+    const auto end = m_objects.CreateOrOpenEvent(m_name + "e");
+    ASSERT_NE(end, nullptr);
+    ASSERT_NO_FATAL_FAILURE(KillOneThatIs("untied"));
+    EXPECT_TRUE(IsHeld());
+    EXPECT_TRUE(end->Set());
+    EXPECT_TRUE(AwaitNoHolder());
+}
+
+TEST(TiedChild, EndsByItselfAsAnyOther) {
+    ChildStart start{OwnProgram(), "exit:3", {}, {}, {}};
+    start.lifetime = platform::Lifetime::ThisProcess;
+    EXPECT_EQ(OwnChild(start).EndCode(), 3);
+}
+
+TEST(TiedChild, CanBeMissingAsAnyOther) {
+    ChildStart start{"/no such folder/program", "", {}, {}, {}};
+    start.lifetime = platform::Lifetime::ThisProcess;
+    std::string error;
+    EXPECT_EQ(platform::SystemChildProcesses().Start(start, error), nullptr);
+    EXPECT_THAT(error, Not(IsEmpty()));
 }
 
 TEST(ChildProcess, InheritsStreamsThatAreNotSentElsewhere) {

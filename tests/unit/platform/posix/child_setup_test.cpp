@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -49,6 +50,10 @@ const roles::Registered g_prepareAndStart("prepare-and-start", [](const std::str
 });
 const roles::Registered g_isOpen("is-open", [](const std::string& descriptor) {
     return ::fcntl(std::stoi(descriptor), F_GETFD) != -1 ? 1 : 0;
+});
+const roles::Registered g_hang("hang", [](const auto&) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(contract::kWatchdogMs));
+    return 1;
 });
 constexpr std::array kStreams = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
 
@@ -134,6 +139,21 @@ TEST(ChildOnLinux, GetsNothingBehindAStreamThatItsParentLacks) {
 
 TEST(ChildOnLinux, WritesToItsFilesAlsoWhenItsParentLacksStreams) {
     EXPECT_EQ(OwnChild("start-without-streams-to-file:").EndCode(), 0);
+}
+
+TEST(ChildOnLinux, ThatIsTiedEndsWithTheThreadThatStartedIt) {
+    platform::ChildStart start{OwnProgram(), "hang:", {}, {}, {}};
+    start.lifetime = platform::Lifetime::ThisProcess;
+    std::optional<OwnChild> child;
+    bool ran = false;
+    std::thread([&] {
+        child.emplace(start);
+        ran = child->Runs();
+    }).join();
+    EXPECT_TRUE(ran);
+    const auto exit = child->End();
+    ASSERT_TRUE(exit.has_value());
+    EXPECT_EQ(exit->signal, SIGKILL);
 }
 
 TEST(ChildOnLinux, DoesNotInheritThatPipesAreIgnored) {

@@ -20,7 +20,6 @@ namespace parent_process_tests {
 namespace {
 
 using ::testing::Each;
-using ::testing::Field;
 using ::testing::SizeIs;
 using velmo_parent::LossReason;
 using velmo_parent::ModelFamily;
@@ -131,8 +130,8 @@ TEST_F(ParentFrames, AreWrittenIntoPlanesOfTheirSize) {
     EXPECT_EQ(m_process->Submit({1, kLarge, Skipping::Off},
                                 [](FramePlanes& planes) {
                                     EXPECT_THAT(planes, Each(SizeIs(640 * 360)));
-                                    EXPECT_EQ(planes[1].data(), planes[0].data() + 640 * 360);
-                                    EXPECT_EQ(planes[2].data(), planes[1].data() + 640 * 360);
+                                    EXPECT_EQ(planes[1].data(), planes[0].data() + planes[0].size());
+                                    EXPECT_EQ(planes[2].data(), planes[1].data() + planes[1].size());
                                     WriteTagged(1, planes);
                                 }),
               SubmitStatus::Sent);

@@ -19,7 +19,6 @@ using ::testing::Each;
 using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using ::testing::Not;
 using ::testing::SizeIs;
 using velmo_parent::InitStatus;
 using velmo_parent::LossReason;

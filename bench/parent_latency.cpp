@@ -151,7 +151,8 @@ class WholeLibrary final : public Road, private velmo_parent::ProcessListener {
         request.family = m_case.family;
         request.modelPath = request.enginePath = folder;
         (void)m_process.Init(request);
-        if (!m_process.AwaitInit(kPatience)) Fail("no answer to an Init");
+        const auto answer = m_process.AwaitInit(kPatience);
+        if (!answer || answer->status != 0) Fail("no engine");
     }
 
     bool Submit() override {

@@ -50,14 +50,15 @@ struct Frame {
 using FramePlanes = std::array<std::span<std::uint8_t>, 3>;
 
 enum class [[nodiscard]] SubmitStatus{
-    Sent,       // on its way: there will be a result with its tag, or the news that it is lost
-    Full,       // five are on their way, or the process holds every slot; the writer has not run. An ordinary event
-    Settling,   // Skipping::Off: what became of the frames on their way decides whether this would freeze the mask. The
-                // writer has not run; try again when the next result has come
-    Declined,   // the writer returned Writing::Declined
-    WrongSize,  // no pixels, more than kMostPixels, or another number of them than the engine takes; the writer has
-                // not run
-    NotReady,   // no Init has been answered with 0 yet, or this call came out of a writer; the writer has not run
+    Sent,      // on its way: there will be a result with its tag, or the news that it is lost
+    Full,      // five are on their way, or the process holds every slot. An ordinary event. The writer has not run, but
+               // for the rare case that all frames were given up meanwhile (LossReason::Dropped)
+    Settling,  // Skipping::Off: what became of the frames on their way decides whether this would freeze the mask. The
+               // writer has not run; try again when the next result has come
+    Declined,  // the writer returned Writing::Declined
+    WrongSize,   // no pixels, more than kMostPixels, or another number of them than the engine takes; the writer has
+                 // not run
+    NotReady,    // no Init has been answered with 0 yet, or this call came out of a writer; the writer has not run
     NotRunning,  // no process; the writer has not run
 };
 
@@ -85,7 +86,8 @@ struct Result {
     std::span<const std::uint8_t> mask;
 
     // True when the mask was made for an earlier frame: this one was skipped, or refused, or its inference failed,
-    // which the wire does not tell apart. Two masks of the same millisecond count as reused too.
+    // which the wire does not tell apart. Two masks of the same millisecond count as reused too. Behind a
+    // lost frame a mask that was made for that one may count as new.
     bool isReused = false;
     // How long ago the mask was made, and the number that stands for that moment: milliseconds of the machine's steady
     // clock (CLOCK_MONOTONIC, the performance counter). Both 0 without a mask.
@@ -128,7 +130,8 @@ class ResultCopy {
 };
 
 enum class LossReason {
-    Dropped,       // the process found no room for the result for half a second, because OnResult did not return
+    Dropped,       // the process found no room for a result for half a second, because OnResult did not return; told
+                   // also of the frames about which nobody can say whether they were dropped
     ProcessEnded,  // the process ended before it gave one
 };
 

@@ -70,10 +70,16 @@ class InferenceProcess::Implementation {
 
     std::optional<ProcessEnd> Stop(std::chrono::milliseconds patience) {
         if (CallbackScope::Of(this) != Kind::None) return std::nullopt;
-        const std::shared_ptr<ProcessRun> run = Run();
+        std::shared_ptr<ProcessRun> run;
+        bool isAsked = false;
+        {
+            const std::lock_guard lock(m_mutex);
+            run = m_run ? m_run : m_ending;
+            isAsked = !m_run;  // one that has ended already is told of still: that is waited for
+        }
         if (!run) return std::nullopt;
         const auto deadline = DeadlineIn(patience);
-        bool isAsked = run->AskToEnd();
+        if (!isAsked) isAsked = run->AskToEnd();
         std::unique_lock lock(m_mutex);
         const auto hasEnded = [&] { return m_run != run && m_ending != run; };
         while (!hasEnded()) {
@@ -142,18 +148,23 @@ class InferenceProcess::Implementation {
         }
         const std::string id = m_options.idPrefix + "-" + std::to_string(platform::CurrentProcessId()) + "-" +
                                std::to_string(NextNumber());
-        auto run = std::make_shared<ProcessRun>(id, m_listener, this, Link::Seams{});
+        const auto run = std::make_shared<ProcessRun>(id, m_listener, this, Link::Seams{});
+        struct Publication {
+            ProcessRun& run;
+            ~Publication() { run.Publish(); }
+        } const publication{*run};  // its callbacks wait for m_run, or for the news that there will be none
         Outcome outcome = run->Start(
             {.program = m_options.program,
              .environment = m_options.environment,
              .standardOutputPath = m_options.standardOutputPath,
              .standardErrorPath = m_options.standardErrorPath,
              .lifetime = m_options.endsWithThisProgram ? platform::Lifetime::ThisProcess : platform::Lifetime::ItsOwn});
-        if (!outcome) return outcome;
-        const std::lock_guard lock(m_mutex);
-        m_lastRun = run;
-        m_run = run;
-        if (m_quit) run->Kill();  // whoever destroys this object has not seen it
+        if (outcome) {
+            const std::lock_guard lock(m_mutex);
+            m_lastRun = run;
+            m_run = run;
+            if (m_quit) run->Kill();  // whoever destroys this object has not seen it
+        }
         return outcome;
     }
 

@@ -22,7 +22,10 @@
 //     } masks;
 //     velmo_parent::InferenceProcess process({.program = "bin/velmoml"}, masks);
 //     if (auto started = process.Start(); !started) return Give(started.Why());
-//     (void)process.Init({.device = velmo_parent::Device::Gpu, .modelPath = "models", .enginePath = "bin"});
+//     (void)process.Init({.device = velmo_parent::Device::Gpu,
+//                         .quality = velmo_parent::ModelQuality::High,
+//                         .modelPath = "models",
+//                         .enginePath = "bin"});
 //     const auto answer = process.AwaitInit(30s);
 //     if (!answer || answer->status != 0) ...
 //     for (each frame)
@@ -109,13 +112,14 @@ struct Silence {
 //   results   OnResult, OnFrameLost, OnMasksStale, OnMasksFreshAgain
 //   events    OnInit
 //   log       OnLogLine, OnNotice
-//   keeper    OnSilence, OnEnded, and OnFrameLost for what a process took with it. By then the other threads are gone.
+//   keeper    OnSilence; and, when the other threads are gone, OnFrameLost for what a process took with it, and OnEnded
 //   any       OnDamage
-// No lock is held. All of them may call Submit, Init, Kill and what asks. None may call Stop, an Await or the
-// destructor, and OnEnded alone may call Start: the other way round these would wait for themselves, so they answer a
-// failure at once.
+// No lock is held. All of them may call Submit, Init, Kill and what asks. None may call Stop or an
+// Await, and OnEnded alone may call Start: the other way round these would wait for themselves, so they answer a
+// failure at once. The destructor has no answer and must not be called.
 //
-// They should return soon. OnResult beyond half a second costs results (LossReason::Dropped). A log callback that does
+// They should return soon. OnResult beyond a quarter of a second may cost results (LossReason::Dropped): a slot goes
+// back when the next result has been read. A log callback that does
 // not return stops the process when 30 pieces of lines wait, frames and heartbeats with it. An exception that leaves
 // one ends this program.
 class ProcessListener {
@@ -180,9 +184,9 @@ struct Counts {
 // One inference process at a time, again and again.
 //
 // Threads: any, for every operation, except that construction and destruction are one thread's; see ProcessListener for
-// what callbacks may call. The library has one thread for the object's life, the keeper, and five while a process runs.
-// It answers the heartbeats by itself.
-// Lifetime: the listener must outlive the object. It is called no more when the destructor, or Stop, has returned.
+// what callbacks may call. The library has one thread from the first start on, the keeper, and five while a process
+// runs. It answers the heartbeats by itself. Lifetime: the listener must outlive the object. It is called no more when
+// the destructor, or Stop, has returned.
 class InferenceProcess {
  public:
     // Starts nothing yet.

@@ -7,14 +7,18 @@ MaskFreshness::Verdict MaskFreshness::See(std::uint64_t stampMs, std::uint64_t s
     const bool isCertainlyOld = stampMs < submittedMs;
     verdict.isReused = isCertainlyOld || (m_hasSeenAny && stampMs == m_lastStampMs);
     verdict.ageMs = stampMs < nowMs ? static_cast<std::int64_t>(nowMs - stampMs) : 0;
+    // A mask that has not been seen ends the run, also one that is old already: its own frame's result may be lost.
+    if (m_hasSeenAny && stampMs != m_lastStampMs) {
+        verdict.hasRecovered = m_isStale;
+        m_isStale = false;
+        m_oldInARow = 0;
+    }
     // Of the frames that were sent ahead, some may be reused without being certainly old: they neither lengthen the run
     // nor end it.
-    if (isCertainlyOld) {
-        ++m_oldInARow;
-        verdict.hasGoneStale = m_oldInARow == kLongestSkip + 1;
-    } else if (!verdict.isReused) {
-        verdict.hasRecovered = m_oldInARow > kLongestSkip;
-        m_oldInARow = 0;
+    if (isCertainlyOld) ++m_oldInARow;
+    if (m_oldInARow > kLongestSkip && !m_isStale) {
+        verdict.hasGoneStale = true;
+        m_isStale = true;
     }
     verdict.oldInARow = m_oldInARow;
     m_lastStampMs = stampMs;

@@ -146,15 +146,30 @@ InitStatus ProcessRun::Init(const EngineRequest& request) {
     if (result == SendResult::Sent) return InitStatus::Sent;
     {
         const std::lock_guard lock(m_mutex);
-        m_pendingInits.pop_back();
+        if (!m_pendingInits.empty()) m_pendingInits.pop_back();  // an answer that nobody asked for may have taken it
     }
     m_changed.notify_all();
     if (result == SendResult::Full) return InitStatus::Full;
     return result == SendResult::Refused ? InitStatus::BadRequest : InitStatus::NotRunning;
 }
 
+void ProcessRun::Publish() {
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isPublished = true;
+    }
+    m_changed.notify_all();
+}
+
+void ProcessRun::AwaitPublication() {
+    if (m_isPublished) return;
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_isPublished.load(); });
+}
+
 void ProcessRun::OnInit(std::uint32_t, std::int32_t result) {
     HeardOf();
+    AwaitPublication();
     InitAnswer answer{result, {}};
     {
         const std::lock_guard lock(m_mutex);
@@ -163,11 +178,13 @@ void ProcessRun::OnInit(std::uint32_t, std::int32_t result) {
         } else {
             answer.request = m_pendingInits.front();
             m_pendingInits.pop_front();
-            m_activeFamily = static_cast<std::size_t>(answer.request.family);
-            Family& family = m_families[m_activeFamily];
+            const auto family = static_cast<std::size_t>(answer.request.family);
+            if (family != m_activeFamily) m_familyChanged = true;
+            m_activeFamily = family;
+            std::uint32_t& pixels = m_families[m_activeFamily].pixels;
             // The first good answer fixes the size of a family's frames.
-            if (result == 0 && family.pixels == 0) family.pixels = PixelsOf(SizeOf(answer.request.quality));
-            m_framePixels = family.pixels;
+            if (result == 0 && pixels == 0) pixels = PixelsOf(SizeOf(answer.request.quality));
+            m_framePixels = pixels;
         }
         m_lastAnswer = answer;
         m_skipGuard.HelperChanges();
@@ -226,14 +243,19 @@ SubmitStatus ProcessRun::Submit(const Frame& frame, ipc::function_ref<Writing(Fr
         if (flag == SkipGuard::Flag::Unknown) return SubmitStatus::Settling;
         temporal = flag == SkipGuard::Flag::Set;
     }
-    switch (
-        m_link.SubmitFrameIf([&](InputSlot& slot) { return FillSlot(slot, frame, temporal, submittedNs, writer); })) {
+    Filling filling = Filling::Done;
+    const auto fill = [&](InputSlot& slot) {
+        filling = FillSlot(slot, frame, temporal, submittedNs, writer);
+        return filling == Filling::Done ? Writing::Done : Writing::Declined;
+    };
+    switch (m_link.SubmitFrameIf(fill)) {
         case SendResult::Sent:
             return SubmitStatus::Sent;
         case SendResult::Declined: {
             const std::lock_guard lock(m_mutex);
-            ++m_counts.declined;
-            return SubmitStatus::Declined;
+            const bool isTooLate = filling == Filling::TooLate;
+            ++(isTooLate ? m_counts.full : m_counts.declined);
+            return isTooLate ? SubmitStatus::Full : SubmitStatus::Declined;
         }
         case SendResult::Full: {
             const std::lock_guard lock(m_mutex);
@@ -247,8 +269,8 @@ SubmitStatus ProcessRun::Submit(const Frame& frame, ipc::function_ref<Writing(Fr
     return SubmitStatus::NotRunning;
 }
 
-Writing ProcessRun::FillSlot(InputSlot& slot, const Frame& frame, bool temporal, std::int64_t submittedNs,
-                             ipc::function_ref<Writing(FramePlanes&)> writer) {
+ProcessRun::Filling ProcessRun::FillSlot(InputSlot& slot, const Frame& frame, bool temporal, std::int64_t submittedNs,
+                                         ipc::function_ref<Writing(FramePlanes&)> writer) {
     auto& record = slot.As<RvoCalyrIpcInput>();
     const std::size_t pixels = PixelsOf(frame.size);
     FramePlanes planes;
@@ -256,7 +278,7 @@ Writing ProcessRun::FillSlot(InputSlot& slot, const Frame& frame, bool temporal,
         planes[plane] = {record.data + plane * pixels, pixels};
     {
         const CallbackScope scope(m_owner, Kind::Writer);
-        if (writer(planes) == Writing::Declined) return Writing::Declined;
+        if (writer(planes) == Writing::Declined) return Filling::Declined;
     }
     record.temporalEnabled = temporal ? 1 : 0;
     record.dataSize = static_cast<std::uint32_t>(planes.size() * pixels);
@@ -266,15 +288,18 @@ Writing ProcessRun::FillSlot(InputSlot& slot, const Frame& frame, bool temporal,
     slot.index = InputSlot::IndexOf<RvoCalyrIpcInput>();
     // Before the slot is handed over: the result may be here at once.
     const std::lock_guard lock(m_mutex);
+    // While the writer ran all frames may have been given up. One more in between would shift the pairing.
+    if (!m_pairing.HasRoom()) return Filling::TooLate;
     const bool mayFreeze = !temporal && m_skipGuard.MayFreeze();
     m_pairing.Submit({frame.tag, frame.size.width, frame.size.height, submittedNs, temporal, mayFreeze});
     m_skipGuard.Sent(temporal);
     ++m_counts.submitted;
-    return Writing::Done;
+    return Filling::Done;
 }
 
 void ProcessRun::OnFrameResult(const OutputSlot& slot) {
     HeardOf();
+    AwaitPublication();
     TellLostFrames();
     std::optional<PendingFrame> frame;
     bool isDiscarded = false;
@@ -318,6 +343,7 @@ void ProcessRun::TellResult(const OutputSlot& slot, const PendingFrame& frame) {
             OnDamage("a mask of " + std::to_string(length) + " bytes for " + std::to_string(pixels) + " pixels");
         }
         result.stampMs = ipc::ReadOnce(plain.header.stampMs);
+        if (m_familyChanged.exchange(false)) m_freshness.HelperChanges();
         verdict = m_freshness.See(result.stampMs, static_cast<std::uint64_t>(frame.submittedNs / kNsPerMs),
                                   static_cast<std::uint64_t>(nowNs / kNsPerMs));
         result.isReused = verdict.isReused;
@@ -329,7 +355,8 @@ void ProcessRun::TellResult(const OutputSlot& slot, const PendingFrame& frame) {
         }
     }
     // Before the first mask nothing is skipped.
-    const bool wasInferred = result.status == kStatusNothingYet || (result.status == 0 && isKnown && !verdict.isReused);
+    const bool wasInferred =
+        isKnown && (result.status == kStatusNothingYet || (result.status == 0 && !verdict.isReused));
     {
         const std::lock_guard lock(m_mutex);
         m_skipGuard.Answered(frame.temporal, wasInferred);
@@ -354,11 +381,9 @@ void ProcessRun::HasTold() {
 
 void ProcessRun::TellStaleness(const PendingFrame& frame, const MaskFreshness::Verdict& verdict) {
     if (verdict.hasGoneStale) {
-        m_isStale = true;
         const auto cause = frame.mayFreeze ? StaleMasks::Cause::FrozenByCaller : StaleMasks::Cause::InferenceFails;
         m_listener.OnMasksStale({cause, verdict.oldInARow, std::chrono::milliseconds(verdict.ageMs)});
-    } else if (verdict.hasRecovered && m_isStale) {
-        m_isStale = false;
+    } else if (verdict.hasRecovered) {
         m_listener.OnMasksFreshAgain();
     }
 }
@@ -430,6 +455,7 @@ void ProcessRun::HeardOf() {
 }
 
 void ProcessRun::OnLogLine(const LogLine& line) {
+    AwaitPublication();
     std::optional<Notice> notice = ParseNotice(line.text);
     if (m_entryThread == 0 && line.text.starts_with("[RVO_CALYR]RvoCalyrMlHost::Start(), success")) {
         m_entryThread = line.threadId;
@@ -468,6 +494,7 @@ void ProcessRun::FollowNotice(Notice& notice, const LogLine& line) {
 }
 
 void ProcessRun::OnDamage(const std::string& what) {
+    AwaitPublication();
     const CallbackScope scope(m_owner, Kind::Callback);
     m_listener.OnDamage(what);
 }

@@ -31,6 +31,9 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
 
     Outcome Start(const ProcessStart& start);
 
+    // From now on the listener is called: its owner knows this run, or has given it up. Before that calls wait.
+    void Publish();
+
     // Waits for the process's end and until the listener has seen what it sent; tells of silence meanwhile.
     platform::ChildExit AwaitEnd(std::chrono::milliseconds silence);
 
@@ -77,7 +80,8 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
     void AfterGiving(std::uint64_t slots, std::int64_t pauseMs) override;
 
     SubmitStatus CheckSize(const FrameSize& size) const;
-    Writing FillSlot(calyr_ipc::InputSlot& slot, const Frame& frame, bool temporal, std::int64_t submittedNs,
+    enum class Filling { Done, Declined, TooLate };
+    Filling FillSlot(calyr_ipc::InputSlot& slot, const Frame& frame, bool temporal, std::int64_t submittedNs,
                      ipc::function_ref<Writing(FramePlanes&)> writer);
     void TellResult(const calyr_ipc::OutputSlot& slot, const PendingFrame& frame);
     void TellStaleness(const PendingFrame& frame, const MaskFreshness::Verdict& verdict);
@@ -85,6 +89,7 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
     void TellLost(const PendingFrame& frame, LossReason reason);
     void FollowNotice(Notice& notice, const LogLine& line);
     void HasTold();
+    void AwaitPublication();
     void HeardOf();
 
     ProcessListener& m_listener;
@@ -109,12 +114,13 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
 
     std::atomic<std::uint32_t> m_framePixels{0};  // what frames need; 0 while none would be inferred
     std::atomic<std::int64_t> m_lastHeardNs;
+    std::atomic<bool> m_isPublished{false};
+    std::atomic<bool> m_familyChanged{false};  // for the thread of the results, which keeps the freshness
 
     // Touched by the thread of the results, and by the keeper when that is gone.
     MaskFreshness m_freshness;
     SendProgress m_progress;  // when slots were given last, if that was after a pause
     std::int64_t m_progressNs = 0;
-    bool m_isStale = false;
     // Touched by the thread of the log.
     std::uint32_t m_entryThread = 0;
 

@@ -46,7 +46,7 @@ void Listener::OnResult(const velmo_parent::Result& result) {
     news.ageMs = result.age.count();
     news.latencyNs = result.latency.count();
     news.allocations = AllocationCount();
-    Keep(m_frames, news);
+    KeepFrame(news);
     if (onResult) onResult(result);
 }
 
@@ -55,6 +55,16 @@ void Listener::OnFrameLost(const velmo_parent::LostFrame& lost) {
     news.tag = lost.tag;
     news.isLost = true;
     news.reason = lost.reason;
+    KeepFrame(news);
+}
+
+void Listener::KeepFrame(const FrameNews& news) {
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto now = std::chrono::steady_clock::now();
+        if (!m_frames.empty()) m_longestPause = std::max(m_longestPause, now - m_lastFrame);
+        m_lastFrame = now;
+    }
     Keep(m_frames, news);
 }
 
@@ -194,6 +204,26 @@ void ParentProcess::ExpectResults(std::uint64_t first, std::size_t count) {
         ASSERT_FALSE(frames[at].isLost) << "frame " << first + at;
         ASSERT_EQ(frames[at].status, 0);
         ASSERT_EQ(frames[at].maskTag, first + at);
+    }
+}
+
+void ParentProcess::ExpectResultsOfAStream(std::uint64_t first, std::size_t count) {
+    const auto frames = m_listener.Frames();
+    ASSERT_EQ(frames.size(), count);
+    std::size_t lost = 0;
+    for (std::size_t at = 0; at < count; ++at) {
+        ASSERT_EQ(frames[at].tag, first + at);
+        if (frames[at].isLost) {
+            ASSERT_EQ(frames[at].reason, velmo_parent::LossReason::Dropped);
+            ++lost;
+            continue;
+        }
+        ASSERT_EQ(frames[at].status, 0);
+        ASSERT_EQ(frames[at].maskTag, first + at);
+    }
+    constexpr std::chrono::milliseconds kStandstill{400};  // below it nothing can be dropped
+    if (lost > 0) {
+        EXPECT_GE(m_listener.LongestPause(), kStandstill) << lost << " frames are lost without a reason";
     }
 }
 

@@ -110,6 +110,11 @@ class Listener final : public velmo_parent::ProcessListener {
         const std::lock_guard lock(m_mutex);
         m_frames.clear();
     }
+    // The longest time between two results or losses.
+    std::chrono::milliseconds LongestPause() const {
+        const std::lock_guard lock(m_mutex);
+        return std::chrono::duration_cast<std::chrono::milliseconds>(m_longestPause);
+    }
     std::vector<velmo_parent::InitAnswer> Inits() const { return Copy(m_inits); }
     std::vector<velmo_parent::LogLine> Lines() const { return Copy(m_lines); }
     std::vector<velmo_parent::Silence> Silences() const { return Copy(m_silences); }
@@ -134,6 +139,7 @@ class Listener final : public velmo_parent::ProcessListener {
             count += std::holds_alternative<Kind>(notice) ? 1U : 0U;
         return count;
     }
+    void KeepFrame(const FrameNews& news);
     template <class List, class Value>
     void Keep(List& list, const Value& value) {
         const std::lock_guard lock(m_mutex);
@@ -144,6 +150,8 @@ class Listener final : public velmo_parent::ProcessListener {
     mutable std::mutex m_mutex;  // guards the rest
     std::condition_variable m_changed;
     std::vector<FrameNews> m_frames;
+    std::chrono::steady_clock::time_point m_lastFrame{};
+    std::chrono::steady_clock::duration m_longestPause{0};
     std::vector<velmo_parent::InitAnswer> m_inits;
     std::vector<velmo_parent::LogLine> m_lines;
     std::vector<velmo_parent::Notice> m_notices;
@@ -183,6 +191,10 @@ class ParentProcess : public ::testing::Test {
 
     // That what has been told of frames are results with their own masks, from this tag on.
     void ExpectResults(std::uint64_t first, std::size_t count);
+
+    // The same of a stream that never stands still, where a machine that does may cost frames: the process drops what
+    // nobody takes for half a second.
+    void ExpectResultsOfAStream(std::uint64_t first, std::size_t count);
 
     void ExpectAGoodEnd();
 

@@ -20,19 +20,20 @@ void SwappingStream::Run(std::chrono::seconds duration) {
         std::this_thread::sleep_until(start + tag * std::chrono::microseconds(1'000'000 / kPerSecond));
         ASSERT_NO_FATAL_FAILURE(Submit(tag));
         if (tag % kFramesPerEngine != 0) continue;
+        // A request behind one that has not come to its swap would take that one back.
+        if (m_listener.Notices<velmo_parent::EngineSwapped>().size() < requests) continue;
         ++requests;
         const Device device = requests % 2 == 1 ? Device::Gpu : Device::Cpu;
         ASSERT_EQ(m_process->Init(Request(kSmall, velmo_parent::ModelFamily::Inhouse, device)),
                   velmo_parent::InitStatus::Sent);
     }
     ASSERT_TRUE(m_listener.AwaitFrames(frames));
-    ExpectResults(1, frames);
+    ExpectResultsOfAStream(1, frames);
     // Only the last request may not have come to its swap.
     EXPECT_GE(m_listener.Notices<velmo_parent::EngineSwapped>().size() + 1, requests);
     EXPECT_GE(requests, 2U);
     for (const velmo_parent::InitAnswer& answer : m_listener.Inits())
         EXPECT_EQ(answer.status, 0);
-    EXPECT_EQ(m_process->CountsSoFar().lost, 0U);
     EXPECT_THAT(m_listener.Stales(), ::testing::IsEmpty());
     ExpectAGoodEnd();
 }

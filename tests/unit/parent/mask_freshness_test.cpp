@@ -61,6 +61,27 @@ TEST(MaskFreshness, TakesSeventeenOldMasksForSkipping) {
     }
 }
 
+TEST(MaskFreshness, BeginsAnewWithAMaskWhoseOwnResultWasLost) {
+    MaskFreshness freshness;
+    for (int frame = 1; frame <= 17; ++frame)
+        EXPECT_EQ(freshness.See(1000, 2000, 2001).oldInARow, frame);
+    for (int frame = 1; frame <= 17; ++frame) {
+        const auto verdict = freshness.See(1500, 2000, 2001);
+        EXPECT_EQ(verdict.oldInARow, frame);
+        EXPECT_FALSE(verdict.hasGoneStale);
+    }
+    EXPECT_TRUE(freshness.See(1500, 2000, 2001).hasGoneStale);
+    EXPECT_TRUE(freshness.See(1600, 2000, 2001).hasRecovered) << "a mask that is old is another one all the same";
+}
+
+TEST(MaskFreshness, BeginsAnewWithAnotherHelper) {
+    MaskFreshness freshness;
+    for (int frame = 1; frame <= 17; ++frame)
+        (void)freshness.See(1000, 2000, 2001);
+    freshness.HelperChanges();
+    EXPECT_EQ(freshness.See(1000, 2000, 2001).oldInARow, 1);
+}
+
 TEST(MaskFreshness, DoesNotCountFramesThatWereSentAheadOfTheMask) {
     MaskFreshness freshness;
     (void)freshness.See(1000, 900, 1000);

@@ -207,6 +207,17 @@ void ParentProcess::ExpectResults(std::uint64_t first, std::size_t count) {
     }
 }
 
+void ParentProcess::ExpectOwnMasksOrLosses(std::uint64_t first, std::size_t count) {
+    const auto frames = m_listener.Frames();
+    ASSERT_EQ(frames.size(), count);
+    for (std::size_t at = 0; at < count; ++at) {
+        EXPECT_EQ(frames[at].tag, first + at);
+        if (!frames[at].isLost) {
+            EXPECT_EQ(frames[at].maskTag, first + at);
+        }
+    }
+}
+
 void ParentProcess::ExpectResultsOfAStream(std::uint64_t first, std::size_t count) {
     const auto frames = m_listener.Frames();
     ASSERT_EQ(frames.size(), count);

@@ -192,8 +192,10 @@ class ParentProcess : public ::testing::Test {
     // That what has been told of frames are results with their own masks, from this tag on.
     void ExpectResults(std::uint64_t first, std::size_t count);
 
-    // The same of a stream that never stands still, where a machine that does may cost frames: the process drops what
-    // nobody takes for half a second.
+    // That each frame, in order, has been told lost or has its own mask.
+    void ExpectOwnMasksOrLosses(std::uint64_t first, std::size_t count);
+    // That all are results with their own masks, in a stream that never stands still, where a machine that does may
+    // cost frames: the process drops what nobody takes for half a second.
     void ExpectResultsOfAStream(std::uint64_t first, std::size_t count);
 
     void ExpectAGoodEnd();

@@ -7,10 +7,11 @@
 namespace {
 
 thread_local std::int64_t t_allocationCount = 0;
+thread_local std::size_t t_firstThatFails = SIZE_MAX;
 
 void* Allocate(std::size_t bytes) {
     ++t_allocationCount;
-    void* const memory = std::malloc(bytes == 0 ? 1 : bytes);
+    void* const memory = bytes >= t_firstThatFails ? nullptr : std::malloc(bytes == 0 ? 1 : bytes);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
@@ -21,6 +22,14 @@ void* Allocate(std::size_t bytes) {
 
 std::int64_t AllocationCount() {
     return t_allocationCount;
+}
+
+FailingAllocations::FailingAllocations(std::size_t bytes) {
+    t_firstThatFails = bytes;
+}
+
+FailingAllocations::~FailingAllocations() {
+    t_firstThatFails = SIZE_MAX;
 }
 
 void* operator new(std::size_t bytes) {

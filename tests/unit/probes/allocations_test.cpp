@@ -2,10 +2,10 @@
 
 #include <new>
 
-#include "failing_allocations.h"
 #include "probes/kernel_product.h"
 #include "probes/os_version.h"
 #include "probes/processor_cores.h"
+#include "support/allocation_counter.h"
 #include "support/fake_machine.h"
 
 namespace probes {

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <fstream>
@@ -174,7 +175,9 @@ TEST(RealLibrary, IsRefusedByTheSystemWhenItIsCutOff) {
     const TemporaryFolder folder;
     const std::string whole = ContentOf(CountingLibrary());
     support::RecordingStreams streams;
-    for (const std::size_t bytes : {whole.size() / 2, std::size_t{5000}, std::size_t{600}, std::size_t{400}}) {
+    // Half of a file can be all that is ever loaded of it, where much is written for debuggers.
+    for (const std::size_t bytes :
+         {std::min(whole.size() / 2, std::size_t{10000}), std::size_t{5000}, std::size_t{600}, std::size_t{400}}) {
         ASSERT_GT(whole.size(), bytes);
         const std::string path = folder.Write("cut" + std::to_string(bytes), whole.substr(0, bytes)).string();
 

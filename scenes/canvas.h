@@ -74,12 +74,15 @@ class Canvas {
         const Range range = PixelsOf(at, box);
         const float perPixel = 1.0F / (static_cast<float>(m_height) * at.scale);
         const float sharpness = 1.0F / Higher(soft, perPixel);
+        const float pixel = 1.0F / static_cast<float>(m_height);
+        const float c = at.cosine / at.scale;
+        const float s = at.sine / at.scale;
         for (int y = range.top; y < range.bottom; ++y) {
             Texel* const row = Row(y);
-            const float py = (static_cast<float>(y) + 0.5F) / static_cast<float>(m_height) - at.origin.y;
+            const float py = (static_cast<float>(y) + 0.5F) * pixel - at.origin.y;
             for (int x = range.left; x < range.right; ++x) {
-                const float px = (static_cast<float>(x) + 0.5F) / static_cast<float>(m_height) - at.origin.x;
-                const Point p{(at.cosine * px + at.sine * py) / at.scale, (at.cosine * py - at.sine * px) / at.scale};
+                const float px = (static_cast<float>(x) + 0.5F) * pixel - at.origin.x;
+                const Point p{c * px + s * py, c * py - s * px};
                 if (p.x < box.low.x || p.x > box.high.x || p.y < box.low.y || p.y > box.high.y) continue;
                 const Surface surface = shape(p);
                 const float cover = Clamp01(0.5F - surface.distance * sharpness) * opacity;

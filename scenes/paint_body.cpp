@@ -130,7 +130,7 @@ Colour ClothAt(const Look& look, Point p) {
 
 void PaintChair(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    if (!look.chair || look.legs) return;
+    if (!look.chair || look.standing) return;
     const Placing at{sitter.pose.origin, sitter.pose.scale, 1.0F, 0.0F};
     const bool high = look.patternScale > 2.0F;
     const float half = look.shoulder * Mix(0.8F, 1.3F, look.hairVolume * 3.0F);
@@ -149,7 +149,6 @@ void PaintChair(Canvas& canvas, const Sitter& sitter) {
 
 void PaintLegs(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    if (!look.legs) return;
     const float spread = 0.55F + look.hairVolume;
     for (float side : {-1.0F, 1.0F}) {
         const Point hip{side * 0.62F, kHips - 0.4F};
@@ -218,6 +217,11 @@ void PaintArm(Canvas& canvas, const Sitter& sitter, std::size_t arm) {
     const float middle = upper * 0.8F;
     const float wrist = 0.25F + 0.1F * (upper - 0.34F);
     const float loose = look.sleeve > 0.0F ? 0.06F : 0.0F;
+    const Point below{0.05F - 0.2F * sitter.light.x, 0.15F};
+    canvas.Paint(
+        sitter.body, Around(joints.elbow + below, joints.hand + below, middle + 0.4F), Role::Surface, 0.3F, 0.6F,
+        [&](Point p) { return Capsule(p, joints.elbow + below, joints.hand + below, middle, wrist); },
+        [](Point, const Surface&) { return Colour{}; });
     PaintHand(canvas, sitter, arm);
     // A bare forearm is thinner than the sleeve that ends above it.
     const float bareFrom = Clamp01(look.sleeve);
@@ -226,7 +230,10 @@ void PaintArm(Canvas& canvas, const Sitter& sitter, std::size_t arm) {
     const auto paint = [&](const Box& box, auto&& shape, bool cloth) {
         canvas.Paint(sitter.body, box, Role::Person, 1.0F, 0.0F, shape, [&](Point p, const Surface& s) {
             const Point still = p - joints.elbow;  // the texture goes along with the arm
-            return (cloth ? ClothAt(look, still) : SkinAt(look, still)) * sitter.light.On(s, look.bulge);
+            // Near the joint the arm goes over into the shoulder, without an edge of its own.
+            const float free = SmoothStep(0.1F, 1.3F, Length(p - joints.shoulder));
+            const Surface round{s.distance, s.leanX * free, Mix(-0.15F, s.leanY, free)};
+            return (cloth ? ClothAt(look, still) : SkinAt(look, still)) * sitter.light.On(round, look.bulge);
         });
     };
     paint(

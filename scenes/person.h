@@ -34,13 +34,14 @@ struct Look {
     float hairLength = 2.0F;
     float hairCurl = 0.05F;
     float hairline = 0.0F;
-    float beard = 0.0F;   // 0 none to 1 full
-    float sleeve = 1.0F;  // share of the forearm that cloth covers; below 0 the upper arm is bare from there on
+    float hairSoft = 0.0F;  // width of the hair's outline, where single hairs stand out
+    float beard = 0.0F;     // 0 none to 1 full
+    float sleeve = 1.0F;    // share of the forearm that cloth covers; below 0 the upper arm is bare from there on
     bool glasses = false;
     bool darkGlasses = false;
     bool headphones = false;
     bool fromBehind = false;
-    bool legs = false;
+    bool standing = false;
     bool chair = false;
     Colour chairColour;
     float bulge = 0.8F;  // how round the light makes everything
@@ -89,6 +90,7 @@ struct Person {
     float row = 0.7F;     // share of its height
     float scale = 0.13F;  // half a head in picture heights
     float leanDegrees = 0.0F;
+    float turn = 0.0F;  // of the face, about which it moves
     Held held = Held::Nothing;
     int holdingArm = 0;
 };

@@ -39,7 +39,7 @@ void PutBeside(const Person& first, Person& second, Random& random) {
     if (random.Chance(0.7F)) {
         second.scale = first.scale * random.Between(0.7F, 0.99F);
         second.row = first.row + random.Bell() * first.scale;
-        second.look.legs = first.look.legs;
+        second.look.standing = first.look.standing;
     }
     second.column = first.column + side * random.Between(0.15F, 0.55F);
 }
@@ -50,6 +50,12 @@ Scene::Scene(std::uint64_t seed, const SceneSettings& settings)
     : m_settings(settings), m_seed(seed), m_backdrop(0), m_deskRandom(0) {
     Random random(seed);
     m_light = DrawLight(random);
+    m_personLight = m_light;
+    if (random.Chance(0.35F)) {
+        const float nearer = random.Between(0.6F, 1.4F);
+        m_personLight.strength *= nearer;
+        m_personLight.ambient *= Mix(nearer, 1.0F, 0.4F);
+    }
     m_camera = DrawCamera(random);
     m_backdrop = random.Fork();
     m_deskRandom = random.Fork();
@@ -113,7 +119,7 @@ void Scene::PaintPeople(float time, Point shift, Frame& frame) {
     for (const Person& person : m_people) {
         Pose pose = PoseAt(person, time, m_canvas.Aspect());
         pose.origin = pose.origin + shift;
-        const Sitter sitter = MakeSitter(person, pose, m_light);
+        const Sitter sitter = MakeSitter(person, pose, m_personLight);
         if (m_shadow > 0.0F) PaintShadow(m_canvas, sitter, m_shadowOffset, m_shadow);
         PaintPerson(m_canvas, sitter);
         const float after = CoverOf(m_canvas);

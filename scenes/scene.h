@@ -37,6 +37,7 @@ class Scene {
     SceneSettings m_settings;
     std::uint64_t m_seed;
     Light m_light;
+    Light m_personLight;  // people stand nearer to a window or a lamp than the wall does
     Camera m_camera;
     Random m_backdrop;             // copied for each painting, so that it's the same every time
     std::vector<Person> m_people;  // the smallest first: that's also the order from back to front

@@ -10,7 +10,7 @@ struct Range {
     float Pick(Random& random) const { return random.Between(low, high); }
 };
 
-// One way to hold an arm.
+// One way to hold an arm, in the order of Gesture.
 struct Habit {
     float share;  // how often, against the others
     Range upperDegrees, upperReach, foreDegrees, foreReach, handSize;
@@ -65,6 +65,12 @@ HeldPose PoseOf(const Habit& habit, Random& random) {
 // What the arm does around the key moment `key`.
 HeldPose PoseOfKey(const Motion& motion, int arm, std::int32_t key) {
     Random random(motion.seed + static_cast<std::uint64_t>(static_cast<std::uint32_t>(key)) * 8191U);
+    if (!motion.script.empty()) {
+        const auto length = static_cast<std::int32_t>(motion.script.size());
+        const auto step = static_cast<std::size_t>((key % length + length) % length);
+        const Gesture gesture = motion.script[step][static_cast<std::size_t>(arm)];
+        return PoseOf(kHabits[static_cast<std::size_t>(gesture)], random);
+    }
     const bool changes = random.Chance(motion.liveliness);
     const bool both = random.Chance(0.35F);
     Random shared = random.Fork();

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "velmo_scenes/colour.h"
 #include "velmo_scenes/shapes.h"
@@ -11,6 +12,7 @@ namespace scenes {
 enum class Hair { Bald, Cropped, Short, Fringe, Bob, Long, Curly, Afro, Bun, Tail, Cap, Beanie, Scarf };
 enum class Clothes { Shirt, TShirt, VNeck, Sleeveless, Hoodie, Jacket, Turtleneck };
 enum class Pattern { Plain, Across, Down, Plaid, Dots, Patches, Print, Gradient };
+enum class Gesture { Hang, Desk, Lap, Crossed, Chin, Wave, Up, Out, Hip, Speak, Reach, Head, Chest };
 enum class Held { Nothing, Cup, Phone, Paper };
 
 // What a person looks like. Lengths are in half heights of the head.
@@ -81,6 +83,9 @@ struct Motion {
     float secondsPerPose = 2.0F;
     float liveliness = 1.0F;  // 0 holds one pose
     float sway = 1.0F;
+    // What the picture's left arm and its right one do, pose by pose and from the start again; empty: what comes by
+    // chance.
+    std::vector<std::array<Gesture, 2>> script;
 };
 
 struct Person {

@@ -1,5 +1,6 @@
 #include "velmo_scenes/camera.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -104,7 +105,10 @@ class ToneCurve {
             m_values[i] = camera.haze + v * (1.0F - camera.haze);
         }
     }
-    float At(float value) const { return m_values[static_cast<std::size_t>(Clamp01(value) * kSteps + 0.5F)]; }
+    float At(float value) const {
+        const int step = static_cast<int>(value * kSteps + 0.5F);
+        return m_values[static_cast<std::size_t>(std::clamp(step, 0, 2047))];
+    }
 
  private:
     static constexpr float kSteps = 2047.0F;
@@ -112,7 +116,7 @@ class ToneCurve {
 };
 
 std::uint8_t Byte(float value) {
-    return static_cast<std::uint8_t>(Clamp01(value) * 255.0F + 0.5F);
+    return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value * 255.0F + 0.5F), 0, 255));
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ Surface Trunk(const Look& look, Point p) {
 }
 
 Surface Shoulders(const Look& look, Point p) {
-    const Surface left = Capsule(p, {-0.15F, -0.12F}, {-look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
-    const Surface right = Capsule(p, {0.15F, -0.12F}, {look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
-    return Join(left, right, 0.3F);
+    Surface s = Capsule({Absolute(p.x), p.y}, {0.15F, -0.12F}, {look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
+    if (p.x < 0.0F) s.leanX = -s.leanX;
+    return s;
 }
 
 // Skin above the neckline, or what is worn under a jacket.
@@ -218,10 +218,9 @@ void PaintArm(Canvas& canvas, const Sitter& sitter, std::size_t arm) {
     const float wrist = 0.25F + 0.1F * (upper - 0.34F);
     const float loose = look.sleeve > 0.0F ? 0.06F : 0.0F;
     const Point below{0.05F - 0.2F * sitter.light.x, 0.15F};
-    canvas.Paint(
-        sitter.body, Around(joints.elbow + below, joints.hand + below, middle + 0.4F), Role::Surface, 0.3F, 0.6F,
-        [&](Point p) { return Capsule(p, joints.elbow + below, joints.hand + below, middle, wrist); },
-        [](Point, const Surface&) { return Colour{}; });
+    canvas.PaintShade(
+        sitter.body, Around(joints.elbow + below, joints.hand + below, middle + 0.4F), 0.3F, 0.6F,
+        [&](Point p) { return Capsule(p, joints.elbow + below, joints.hand + below, middle, wrist).distance; });
     PaintHand(canvas, sitter, arm);
     // A bare forearm is thinner than the sleeve that ends above it.
     const float bareFrom = Clamp01(look.sleeve);

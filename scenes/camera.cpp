@@ -140,6 +140,7 @@ Camera DrawCamera(Random& random) {
     camera.blotchy = random.Chance(0.35F);
     camera.compression = random.Chance(0.4F) ? random.Between(0.05F, 1.0F) : 0.0F;
     camera.unrest = random.Chance(0.1F) ? random.Between(0.002F, 0.015F) : 0.0F;
+    camera.flicker = random.Chance(0.12F) ? random.Between(0.03F, 0.2F) : 0.0F;
     if (random.Chance(0.08F)) {  // a dark room
         camera.gain = camera.gain * random.Between(0.25F, 0.6F);
         camera.noise += random.Between(0.01F, 0.03F);

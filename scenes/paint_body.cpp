@@ -13,9 +13,9 @@ float Cell(float x, float y) {
 }
 
 Surface Trunk(const Look& look, Point p) {
-    const float half = Mix(look.shoulder + 0.28F, look.waist, SmoothStep(0.2F, 4.2F, p.y));
+    const float half = Mix(look.shoulder + 0.28F, look.waist, SmoothStep(0.2F, look.hem - 1.0F, p.y));
     const float beside = Absolute(p.x) - half;
-    const float distance = Higher(Higher(beside * 0.97F, p.y - kHips), 0.25F - p.y);
+    const float distance = Higher(Higher(beside * 0.97F, p.y - look.hem), 0.25F - p.y);
     const float across = Clamp(p.x / half, -1.0F, 1.0F);
     return {distance, across * across * across * 0.9F + across * 0.1F, Clamp((p.y - 1.6F) * 0.12F, -0.3F, 0.3F)};
 }
@@ -23,6 +23,14 @@ Surface Trunk(const Look& look, Point p) {
 Surface Shoulders(const Look& look, Point p) {
     Surface s = Capsule({Absolute(p.x), p.y}, {0.15F, -0.12F}, {look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
     if (p.x < 0.0F) s.leanX = -s.leanX;
+    return s;
+}
+
+// With the folds that stand out from the outline.
+Surface Loosened(const Look& look, Surface s, Point p) {
+    if (look.loose > 0.0F && Absolute(s.distance) < 0.4F) {
+        s.distance += look.loose * ValueNoise::Instance().At(p.x * 0.7F + look.grain.y, p.y * 0.7F + look.grain.x);
+    }
     return s;
 }
 
@@ -201,8 +209,8 @@ void PaintTorso(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
     const float half = Higher(look.shoulder, look.waist) + 0.8F;
     canvas.Paint(
-        sitter.body, {{-half, -0.8F}, {half, kHips + 0.1F}}, Role::Person, 1.0F, 0.0F,
-        [&](Point p) { return Join(Shoulders(look, p), Trunk(look, p), 0.35F); },
+        sitter.body, {{-half, -0.8F}, {half, look.hem + 0.2F}}, Role::Person, 1.0F, 0.0F,
+        [&](Point p) { return Loosened(look, Join(Shoulders(look, p), Trunk(look, p), 0.35F), p); },
         [&](Point p, const Surface& s) {
             const float chin = 0.82F + 0.18F * SmoothStep(0.1F, 1.3F, Length({p.x * 0.8F, p.y + 0.9F}) - 0.3F);
             return ClothAt(look, p) * sitter.light.On(s, look.bulge) * chin;
@@ -266,8 +274,9 @@ void PaintArm(Canvas& canvas, const Sitter& sitter, std::size_t arm) {
     paint(
         box,
         [&](Point p) {
-            return Join(Capsule(p, joints.shoulder, joints.elbow, upper + loose, middle + loose),
-                        Capsule(p, joints.elbow, cuff, middle + loose, cuffRadius), 0.12F);
+            const Surface sleeve = Join(Capsule(p, joints.shoulder, joints.elbow, upper + loose, middle + loose),
+                                        Capsule(p, joints.elbow, cuff, middle + loose, cuffRadius), 0.12F);
+            return Loosened(look, sleeve, p - joints.elbow);
         },
         true);
 }

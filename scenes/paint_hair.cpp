@@ -55,12 +55,14 @@ void PaintHat(Canvas& canvas, const Sitter& sitter) {
 
 void PaintHeadphones(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    const float radius = look.headWidth + look.hairVolume + 0.06F;
+    const bool flat = look.hair == Hair::Bald || look.hair == Hair::Cropped;
+    const float volume = flat ? 0.03F : look.hairVolume * 0.6F;
+    const float radius = look.headWidth + volume + 0.05F;
     const Colour colour = look.chairColour * 0.6F;
     canvas.Paint(
         sitter.head, {{-radius - 0.3F, -1.6F}, {radius + 0.3F, 0.1F}}, Role::Person, 1.0F, 0.0F,
         [&](Point p) {
-            Surface s = Ellipse(p, {0.0F, -0.05F}, radius, 1.02F + look.hairVolume);
+            Surface s = Ellipse(p, {0.0F, -0.05F}, radius, 1.02F + volume);
             s.distance = Higher(Absolute(s.distance) - 0.06F, p.y);
             return s;
         },

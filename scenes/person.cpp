@@ -138,6 +138,9 @@ void DrawBody(Look& look, Random& random, Colour rich) {
     look.patternScale = random.Between(0.8F, 4.0F);
     look.shoulder = random.Between(1.4F, 2.0F);
     look.waist = look.shoulder * random.Between(0.72F, 1.15F);
+    look.hem = random.Chance(0.85F) ? random.Between(4.9F, 5.7F) : random.Between(6.2F, 8.8F);
+    if (look.hem > 6.0F) look.waist *= random.Between(0.9F, 1.25F);
+    look.loose = random.Chance(0.6F) ? random.Between(0.02F, 0.13F) : 0.0F;
     look.neck = random.Between(0.33F, 0.5F);
     look.armRadius = random.Between(0.34F, 0.52F);
     look.sleeve = random.Chance(0.55F) ? random.Between(0.75F, 1.0F) : random.Between(-0.7F, 0.7F);

@@ -31,6 +31,8 @@ struct Look {
     float shoulder = 1.7F;    // half of the width between the arms' joints
     float waist = 1.4F;       // half of its width
     float neck = 0.4F;
+    float hem = 5.2F;    // where the upper clothes end, below the shoulders
+    float loose = 0.0F;  // how far folds bulge beyond the body
     float armRadius = 0.42F;
     float hairVolume = 0.15F;
     float hairLength = 2.0F;

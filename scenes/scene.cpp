@@ -119,7 +119,9 @@ void Scene::Draw(double seconds, int width, int height, Frame& frame) {
     PaintPeople(time, shift, frame);
     if (m_staging.desk) PaintDesk(shift);
     const auto moment = static_cast<std::uint64_t>(seconds * 1000.0 + 0.5);
-    Develop(m_canvas, m_staging.camera, m_staging.noiseSeed + moment * 0x100000001B3ULL, frame);
+    Camera camera = m_staging.camera;
+    camera.gain = camera.gain * (1.0F + camera.flicker * noise.SoftAt(time * 0.7F, 29.1F));
+    Develop(m_canvas, camera, m_staging.noiseSeed + moment * 0x100000001B3ULL, frame);
 }
 
 }  // namespace scenes

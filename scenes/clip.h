@@ -7,7 +7,7 @@
 namespace scenes {
 
 // The one that the demo shows.
-inline constexpr std::uint64_t kDemoClip = 7;
+inline constexpr std::uint64_t kDemoClip = 41;
 
 struct ClipSettings {
     std::uint64_t seed = kDemoClip;

@@ -45,7 +45,7 @@ void PaintEyes(Canvas& canvas, const Sitter& sitter) {
                  0.02F);
         }
         const Point brow = eye + Point{0.0F, -0.2F};
-        Stroke(canvas, sitter.head, brow + Point{side * 0.15F, 0.03F}, brow + Point{-side * 0.1F, drawn},
+        Stroke(canvas, sitter.head, brow + Point{side * 0.15F, 0.02F}, brow + Point{-side * 0.1F, 0.02F + drawn},
                0.03F + 0.02F * look.jaw, look.hairColour * 0.8F * sitter.light.On({}, 0.0F), 0.75F, 0.04F);
     }
 }
@@ -71,9 +71,14 @@ void PaintNoseAndMouth(Canvas& canvas, const Sitter& sitter) {
     Spot(canvas, sitter.head, {tip, 0.33F}, {0.13F, 0.03F}, lit * 0.5F, 0.5F, 0.05F);
     const Point mouth{pose.turn * 0.34F, 0.58F};
     const Colour lips{lit.r * 0.85F, lit.g * 0.58F, lit.b * 0.58F};
+    for (float side : {-1.0F, 1.0F}) {
+        const Point corner = mouth + Point{side * 0.24F, -0.09F * look.smile};
+        Stroke(canvas, sitter.head, mouth + Point{side * 0.06F, 0.01F}, corner, 0.04F, lips, 0.7F, 0.03F);
+        Stroke(canvas, sitter.head, corner, corner + Point{side * 0.03F, -0.02F}, 0.02F, lit * 0.5F, 0.5F, 0.05F);
+    }
     const float open = 0.02F + 0.07F * pose.mouth;
-    Spot(canvas, sitter.head, mouth, {0.24F, 0.045F + open * 0.8F}, lips, 0.75F, 0.04F);
-    Spot(canvas, sitter.head, mouth, {0.18F, open * 0.75F},
+    Spot(canvas, sitter.head, mouth, {0.18F, 0.045F + open * 0.8F}, lips, 0.75F, 0.04F);
+    Spot(canvas, sitter.head, mouth, {0.14F, open * 0.75F},
          pose.mouth > 0.6F && look.jaw > 0.8F ? Colour{0.85F, 0.83F, 0.8F} : lips * 0.35F, 0.8F, 0.02F);
     Spot(canvas, sitter.head, mouth + Point{0.0F, 0.15F}, {0.16F, 0.03F}, lit * 0.7F, 0.35F, 0.06F);
 }

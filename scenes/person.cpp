@@ -122,6 +122,7 @@ void DrawHead(Look& look, Random& random) {
     look.hairCurl = random.Chance(0.5F) ? random.Between(0.0F, 0.05F) : random.Between(0.03F, 0.16F);
     look.hairSoft = random.Chance(0.5F) ? random.Between(0.02F, 0.14F) : 0.0F;
     look.hairline = random.Between(-0.12F, 0.14F);
+    look.smile = random.Between(-0.4F, 1.0F);
     look.beard = random.Chance(0.25F) ? random.Between(0.3F, 1.0F) : 0.0F;
     look.glasses = random.Chance(0.28F);
     look.darkGlasses = look.glasses && random.Chance(0.2F);

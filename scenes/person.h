@@ -39,6 +39,7 @@ struct Look {
     float hairCurl = 0.05F;
     float hairline = 0.0F;
     float hairSoft = 0.0F;  // width of the hair's outline, where single hairs stand out
+    float smile = 0.0F;     // below 0: the mouth's corners hang
     float beard = 0.0F;     // 0 none to 1 full
     float sleeve = 1.0F;    // share of the forearm that cloth covers; below 0 the upper arm is bare from there on
     bool glasses = false;

@@ -22,7 +22,8 @@ void PutBeside(const Person& first, Person& second, Random& random) {
         second.row = first.row + random.Bell() * first.scale;
         second.look.standing = first.look.standing;
     }
-    second.column = first.column + side * random.Between(0.15F, 0.55F);
+    const float apart = 0.6F * (first.scale + second.scale);  // else one head hides the other
+    second.column = first.column + side * Higher(apart, random.Between(0.15F, 0.55F));
 }
 
 void DrawPeople(Staging& staging, Random& random) {

@@ -179,6 +179,7 @@ TEST_F(ProcessRunTest, TellsOfAResultWithAnIndexThatNamesNothing) {
         }));
         expected.push_back("damage a result with index " + std::to_string(index));
         expected.push_back("result " + std::to_string(tag) + " status 4 mask 0");
+        ASSERT_EQ(m_listener.Await(expected.size()), expected);
     }
     ASSERT_NO_FATAL_FAILURE(Infer(++tag));
     expected.push_back("result 4 status 0 mask 36864");
@@ -204,6 +205,7 @@ TEST_F(ProcessRunTest, TellsOfAMaskOfAnotherLengthThanItsFrame) {
             }));
             expected.push_back("damage a mask of " + std::to_string(length) + " bytes for 36864 pixels");
             expected.push_back("result " + std::to_string(tag) + " status 4 mask 0");
+            ASSERT_EQ(m_listener.Await(expected.size()), expected);  // no more on their way than there is room for
         }
     }
     ASSERT_EQ(Submit(++tag), SubmitStatus::Sent);

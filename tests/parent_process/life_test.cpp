@@ -92,7 +92,8 @@ TEST_F(ParentLife, TellsOfAProgramThatEndsAtOnce) {
     m_options.program = OwnProgram();
     m_options.idPrefix = "role exit 3 " + m_options.idPrefix;
     m_process.emplace(m_options, m_listener);
-    ASSERT_TRUE(m_process->Start());
+    const velmo_parent::Outcome started = m_process->Start();
+    ASSERT_TRUE(started) << started.Why();
     ASSERT_TRUE(m_listener.AwaitEnds(1));
     EXPECT_EQ(m_listener.Ends()[0].code, 3);
     EXPECT_FALSE(m_listener.Ends()[0].wasAsked);

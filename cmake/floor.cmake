@@ -32,7 +32,7 @@ function(velmoml_program name)
 endfunction()
 
 # A GoogleTest program: built to build/<preset>/bin and listed for scripts/test, which runs every program on that list.
-# With OWN_MAIN its sources have a main of their own, as those need that start themselves again as a child.
+# For ctest it is one test with the label "ordinary". With OWN_MAIN its sources have a main of their own, as those need that start themselves again as a child.
 function(velmoml_test name)
   cmake_parse_arguments(TEST "OWN_MAIN" "" "SOURCES;LINK" ${ARGN})
   if(TEST_OWN_MAIN)
@@ -45,4 +45,18 @@ function(velmoml_test name)
     target_precompile_headers(${name} REUSE_FROM velmoml_test_pch)
   endif()
   set_property(GLOBAL APPEND PROPERTY VELMOML_TESTS ${name})
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name} PROPERTIES LABELS ordinary)
+endfunction()
+
+# A GoogleTest program that takes minutes, with a main of its own: on no list, and built only when it is asked for, by
+# scripts/soak or by `ctest -L soak`.
+function(velmoml_soak_test name)
+  cmake_parse_arguments(TEST "" "" "SOURCES;LINK" ${ARGN})
+  velmoml_program(${name} SOURCES ${TEST_SOURCES} LINK ${TEST_LINK} GTest::gmock)
+  set_target_properties(${name} PROPERTIES EXCLUDE_FROM_ALL ON)
+  add_test(NAME ${name}_build COMMAND ${CMAKE_COMMAND} --build ${CMAKE_BINARY_DIR} --target ${name})
+  add_test(NAME ${name} COMMAND ${name})
+  set_tests_properties(${name}_build PROPERTIES LABELS soak FIXTURES_SETUP ${name}_is_built)
+  set_tests_properties(${name} PROPERTIES LABELS soak FIXTURES_REQUIRED ${name}_is_built)
 endfunction()

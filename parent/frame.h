@@ -78,8 +78,8 @@ struct Result {
     FrameSize size;         // of its frame
     bool temporal = false;  // whether the frame went out with skipping allowed
 
-    // 0 good; 2 a layer of the network did not fit; 4 nothing has been inferred since the frames have this size. With
-    // any other than 0 there is no mask.
+    // 0 good; 2 a layer of the network did not fit; 4 nothing has been inferred since the frames have this size, or the
+    // result was damaged (ProcessListener::OnDamage). With any other than 0 there is no mask.
     std::int32_t status = 4;
 
     // One byte per pixel, row by row; above 128 is foreground. Empty when there is none.

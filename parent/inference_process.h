@@ -118,10 +118,9 @@ struct Silence {
 // Await, and OnEnded alone may call Start: the other way round these would wait for themselves, so they answer a
 // failure at once. The destructor has no answer and must not be called.
 //
-// They should return soon. OnResult beyond a quarter of a second may cost results (LossReason::Dropped): a slot goes
-// back when the next result has been read. A log callback that does
-// not return stops the process when 30 pieces of lines wait, frames and heartbeats with it. An exception that leaves
-// one ends this program.
+// They should return soon. OnResult beyond a third of a second may cost results (LossReason::Dropped): slots go back to
+// the process between two calls of it. A log callback that does not return stops the process when 30 pieces of lines
+// wait, frames and heartbeats with it. An exception that leaves one ends this program.
 class ProcessListener {
  public:
     virtual ~ProcessListener() = default;

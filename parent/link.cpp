@@ -83,7 +83,7 @@ Outcome Link::StartProcess(const ProcessStart& start) {
     return Outcome::Success();
 }
 
-SendResult Link::Init(const InitRequest& request) {
+SendResult Link::Init(const InitRequest& request, ipc::function_ref<void()> beforeSending) {
     using Record = calyr_ipc::IpcCommandInit;
     if (!Fits<sizeof(Record::modelPath)>(request.modelPath) || !Fits<sizeof(Record::enginePath)>(request.enginePath) ||
         !Fits<sizeof(Record::gpuCachePath)>(request.gpuCachePath)) {
@@ -99,6 +99,7 @@ SendResult Link::Init(const InitRequest& request) {
         CopyText(request.enginePath, record.enginePath);
         CopyText(request.gpuCachePath, record.gpuCachePath);
         slot.index = CommandSlot::IndexOf<Record>();
+        if (beforeSending) beforeSending();
     });
 }
 

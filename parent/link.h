@@ -129,7 +129,9 @@ class Link {
     std::uint32_t ProcessId() const { return m_processId; }
 
     // Commands. They never wait: what the process can't take yet is kept, in order, 31 of them at most.
-    SendResult Init(const InitRequest& request);  // Refused when a text is too long or holds a NUL
+    // Refused when a text is too long or holds a NUL. `beforeSending` is called when there is room and nothing is left
+    // that could keep the command from being sent; under the lock of the commands, so it must send none.
+    SendResult Init(const InitRequest& request, ipc::function_ref<void()> beforeSending = nullptr);
     SendResult Fini();
     SendResult Terminate();              // the process ends with exit code 0
     SendResult AcknowledgeHeartBeats();  // answers all so far

@@ -103,8 +103,8 @@ bool GiveChain(Words& words, ipc::List list, const NodeQueue<N>& nodes) {
     return true;
 }
 
-// This side's part of the lists of a channel with N slots that it receives on. Take a node, read its slot, take the
-// next; give back after each.
+// This side's part of the lists of a channel with N slots that it receives on. Take a node, give back, read the slot of
+// the one that was taken, take the next; give back once more when there is none.
 template <std::int32_t N>
 class ReceiverLists {
  public:

@@ -134,23 +134,33 @@ InitStatus ProcessRun::Init(const EngineRequest& request) {
                 return pending.family == request.family && pending.quality != request.quality;
             });
         if (isUndecided) return InitStatus::Full;
-        m_pendingInits.push_back(request);  // before it is sent: the answer may be here at once
-        m_skipGuard.HelperChanges();
     }
+    // Before it is sent: the answer may be here at once. But not for one that is not sent: a guard that fears the worst
+    // without a reason would set the flag where it was not wished.
+    const auto expectAnswer = [&] {
+        const std::lock_guard lock(m_mutex);
+        m_pendingInits.push_back(request);
+        m_skipGuard.HelperChanges();
+    };
     const SendResult result = m_link.Init({.deviceType = static_cast<std::int32_t>(request.device),
                                            .modelQuality = static_cast<std::int32_t>(request.quality),
                                            .modelType = static_cast<std::int32_t>(request.family),
                                            .modelPath = request.modelPath,
                                            .enginePath = request.enginePath,
-                                           .gpuCachePath = request.gpuCachePath});
-    if (result == SendResult::Sent) return InitStatus::Sent;
-    {
-        const std::lock_guard lock(m_mutex);
-        if (!m_pendingInits.empty()) m_pendingInits.pop_back();  // an answer that nobody asked for may have taken it
+                                           .gpuCachePath = request.gpuCachePath},
+                                          expectAnswer);
+    switch (result) {
+        case SendResult::Sent:
+            return InitStatus::Sent;
+        case SendResult::Full:
+            return InitStatus::Full;
+        case SendResult::Refused:
+            return InitStatus::BadRequest;
+        case SendResult::Closed:
+        case SendResult::Declined:
+            break;
     }
-    m_changed.notify_all();
-    if (result == SendResult::Full) return InitStatus::Full;
-    return result == SendResult::Refused ? InitStatus::BadRequest : InitStatus::NotRunning;
+    return InitStatus::NotRunning;
 }
 
 void ProcessRun::Publish() {
@@ -316,47 +326,57 @@ void ProcessRun::OnFrameResult(const OutputSlot& slot) {
     TellLostFrames();
 }
 
-void ProcessRun::TellResult(const OutputSlot& slot, const PendingFrame& frame) {
-    const std::int64_t nowNs = infra::NowNs();
+// Reads each word once: the slot holds input.
+bool ProcessRun::ReadResult(const OutputSlot& slot, Result& result, std::optional<FullResult>& extras) {
     const std::int8_t index = ipc::ReadOnce(slot.index);
     const bool isFull = index == OutputSlot::IndexOf<RvoCalyrIpcOutput>();
-    const bool isKnown = isFull || index == OutputSlot::IndexOf<RvoInhouseIpcOutput>();
-    if (!isKnown) OnDamage("a result with index " + std::to_string(index));
-
-    Result result;
-    result.tag = frame.tag;
-    result.size = {frame.width, frame.height};
-    result.temporal = frame.temporal;
-    result.latency = std::chrono::nanoseconds(nowNs - frame.submittedNs);
+    if (!isFull && index != OutputSlot::IndexOf<RvoInhouseIpcOutput>()) {
+        OnDamage("a result with index " + std::to_string(index));
+        return false;
+    }
     // The two records begin alike.
     const auto& plain = slot.As<RvoInhouseIpcOutput>();
     const auto& full = slot.As<RvoCalyrIpcOutput>();
-    if (isKnown) result.status = ipc::ReadOnce(plain.status);
-    MaskFreshness::Verdict verdict;
-    std::optional<FullResult> extras;
-    if (isKnown && result.status == 0) {
+    const std::int32_t status = ipc::ReadOnce(plain.status);
+    if (status == 0) {
         const std::uint32_t pixels = PixelsOf(result.size);
         const std::uint32_t length = ipc::ReadOnce(isFull ? full.maskLength : plain.maskLength);
-        if (length == pixels) {
-            result.mask = {plain.mask, pixels};
-        } else {
+        if (length != pixels) {
             OnDamage("a mask of " + std::to_string(length) + " bytes for " + std::to_string(pixels) + " pixels");
+            return false;
         }
+        result.mask = {plain.mask, pixels};
         result.stampMs = ipc::ReadOnce(plain.header.stampMs);
-        if (m_familyChanged.exchange(false)) m_freshness.HelperChanges();
-        verdict = m_freshness.See(result.stampMs, static_cast<std::uint64_t>(frame.submittedNs / kNsPerMs),
-                                  static_cast<std::uint64_t>(nowNs / kNsPerMs));
-        result.isReused = verdict.isReused;
-        result.age = std::chrono::milliseconds(verdict.ageMs);
         if (isFull) {
             extras.emplace(FullResult{std::span(full.gesture), std::span(full.landmarks), std::span(full.lutVertices),
                                       std::span(full.lut), ipc::ReadOnce(full.motion)});
             result.full = &*extras;
         }
     }
+    result.status = status;
+    return true;
+}
+
+void ProcessRun::TellResult(const OutputSlot& slot, const PendingFrame& frame) {
+    const std::int64_t nowNs = infra::NowNs();
+    Result result;
+    result.tag = frame.tag;
+    result.size = {frame.width, frame.height};
+    result.temporal = frame.temporal;
+    result.latency = std::chrono::nanoseconds(nowNs - frame.submittedNs);
+    std::optional<FullResult> extras;  // what result.full points at
+    const bool isSound = ReadResult(slot, result, extras);
+    MaskFreshness::Verdict verdict;
+    if (!result.mask.empty()) {
+        if (m_familyChanged.exchange(false)) m_freshness.HelperChanges();
+        verdict = m_freshness.See(result.stampMs, static_cast<std::uint64_t>(frame.submittedNs / kNsPerMs),
+                                  static_cast<std::uint64_t>(nowNs / kNsPerMs));
+        result.isReused = verdict.isReused;
+        result.age = std::chrono::milliseconds(verdict.ageMs);
+    }
     // Before the first mask nothing is skipped.
     const bool wasInferred =
-        isKnown && (result.status == kStatusNothingYet || (result.status == 0 && !verdict.isReused));
+        isSound && (result.status == kStatusNothingYet || (result.status == 0 && !verdict.isReused));
     {
         const std::lock_guard lock(m_mutex);
         m_skipGuard.Answered(frame.temporal, wasInferred);

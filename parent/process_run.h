@@ -84,6 +84,9 @@ class ProcessRun final : private LinkListener, private ReceiveWatch {
     Filling FillSlot(calyr_ipc::InputSlot& slot, const Frame& frame, bool temporal, std::int64_t submittedNs,
                      ipc::function_ref<Writing(FramePlanes&)> writer);
     void TellResult(const calyr_ipc::OutputSlot& slot, const PendingFrame& frame);
+    // Fills in what the slot says; `extras` has to live as long as `result`. False, with the damage told and no mask,
+    // when it is no result of this size.
+    bool ReadResult(const calyr_ipc::OutputSlot& slot, Result& result, std::optional<FullResult>& extras);
     void TellStaleness(const PendingFrame& frame, const MaskFreshness::Verdict& verdict);
     void TellLostFrames();
     void TellLost(const PendingFrame& frame, LossReason reason);

@@ -150,8 +150,10 @@ class ReceiveEnd {
         if (m_watch != nullptr) m_watch->BeforeLook();
         for (std::int32_t node = m_lists.TakeNext(words); node != ipc::kNoNode && !m_stop;
              node = m_lists.TakeNext(words)) {
-            if (m_visitor) m_visitor(*static_cast<const T*>(static_cast<const void*>(m_objects.SlotAt(node))));
+            // The slots of those that have been read go back first: for as long as the visitor takes nobody else gives
+            // any. This one's is not among them.
             GiveBack(words);
+            if (m_visitor) m_visitor(*static_cast<const T*>(static_cast<const void*>(m_objects.SlotAt(node))));
         }
         // Also without a new message: the process may have used up its free slots since the last look.
         GiveBack(words);

@@ -28,7 +28,8 @@ enum class Lifetime {
     ItsOwn,  // it goes on
     // It is ended at once, with this process. Linux: already with the thread that started it, so that has to be one
     // that stays. Windows: where this process is in a job and the system can't put one into another (before Windows 8)
-    // the child can't be started.
+    // the child can't be started; and before Windows 10, one that has not begun to run yet can stay, never to run, when
+    // this process is killed at that moment.
     ThisProcess,
 };
 

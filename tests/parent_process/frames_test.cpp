@@ -263,6 +263,20 @@ TEST_P(UndrainedResults, AreToldLostAndPairingGoesOn) {
 INSTANTIATE_TEST_SUITE_P(After, UndrainedResults, ::testing::Range(0, 5),
                          [](const auto& tested) { return std::to_string(tested.param) + "Frames"; });
 
+TEST_F(ParentFrames, AreNotLostToAReaderThatTakesAThirdOfASecondForEach) {
+    // The first result of all as well: nothing stands in front of it whose slot could go back.
+    m_listener.onResult = [](const velmo_parent::Result&) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(330));
+    };
+    ASSERT_NO_FATAL_FAILURE(StartInferring(""));
+    constexpr std::uint64_t kFrames = 12;
+    for (std::uint64_t tag = 1; tag <= kFrames; ++tag)
+        ASSERT_NO_FATAL_FAILURE(Submit(tag));
+    ASSERT_TRUE(m_listener.AwaitFrames(kFrames));
+    ExpectResultsOfAStream(1, kFrames);
+    ExpectAGoodEnd();
+}
+
 TEST_F(ParentFrames, NeverGetAnothersMaskFromAReaderThatStutters) {
     // It stops for as long as a drop takes, now shorter and now longer, while the process is at work.
     std::atomic<int> rounds{0};

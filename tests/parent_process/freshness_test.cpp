@@ -94,6 +94,17 @@ TEST_F(Freshness, ClearsTheFlagAtOnceWhereNothingWasSkipped) {
     ExpectAGoodEnd();
 }
 
+TEST_F(Freshness, ClearsTheFlagBehindAnInitThatWasNotSent) {
+    ASSERT_NO_FATAL_FAILURE(StartInferring(""));
+    ASSERT_NO_FATAL_FAILURE(StreamApart(1, 1, Skipping::Allowed));
+    auto tooLong = Request();
+    tooLong.modelPath.assign(1024, 'x');
+    ASSERT_EQ(m_process->Init(tooLong), velmo_parent::InitStatus::BadRequest);
+    ASSERT_NO_FATAL_FAILURE(StreamApart(2, 1, Skipping::Off));
+    EXPECT_FALSE(m_listener.Frames()[1].temporal);
+    ExpectAGoodEnd();
+}
+
 TEST_F(Freshness, FreezesTheMaskWhenTheCallerInsistsAndSaysSo) {
     ASSERT_NO_FATAL_FAILURE(StartInferring(kEmptyMask));
     ASSERT_NO_FATAL_FAILURE(StreamApart(1, 2, Skipping::Allowed));  // the second is skipped

@@ -1,9 +1,10 @@
-// A parent that is killed takes its process with it, and leaves nothing behind.
+// A parent that is killed takes its process with it, unless it wished otherwise, and leaves nothing behind.
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -39,37 +40,61 @@ int FilesOf(const std::string& id) {
     return count;
 }
 
-TEST_F(ParentProcess, EndsWithAParentThatIsKilledAndLeavesNoObject) {
+class KilledParent : public ParentProcess {
+ protected:
+    // A parent in this role on a library with this script, which has submitted one frame, and its link's id.
+    void StartParent(const std::string& role, const std::string& script) {
+        m_library.Put("hvq.script", LayersOf(kSmall) + "record calls.txt\n" + script);
+        m_library.Put("inhouse_144p_input.dll", "a network");
+        static const int kHere = 0;
+        std::string error;
+        m_parent = platform::SystemChildProcesses().Start(
+            {platform::SystemModuleFiles().FileOf(&kHere).value_or(""),
+             "role " + role + " " + m_options.idPrefix + " " + m_library.Folder().filename().string(),
+             {},
+             m_output.Path(),
+             m_output.Path()},
+            error);
+        ASSERT_TRUE(m_parent) << error;
+        const std::string idPath = (m_library.Folder() / "id.txt").string();
+        ASSERT_TRUE(process_tests::AwaitFileText(idPath, "\n")) << m_output.Text();
+        ASSERT_TRUE(process_tests::AwaitFileText(CallsPath(), " hvqInfer "));
+        m_id = process_tests::FileText(idPath);
+        m_id.erase(m_id.find_last_not_of("\r\n") + 1);
+        ASSERT_TRUE(Exists(m_id + "FO_shm"));
+    }
+    void KillParent() {
+        m_parent->Kill();
+        ASSERT_TRUE(m_parent->WaitForExit(kPatienceMs));
+    }
+    void ExpectThatNothingStays() {
+        for (const char* suffix : {"C", "FI", "E", "FO", "L"})
+            EXPECT_TRUE(AwaitEndOf(m_id + suffix + "_shm")) << suffix;
+        // Files of dead processes go with the next process that uses such objects.
+        ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSmall)));
+        ExpectAGoodEnd();
+        EXPECT_EQ(FilesOf(m_id), 0);
+    }
+
+    std::unique_ptr<platform::ChildProcess> m_parent;
+    std::string m_id;
+};
+
+TEST_F(KilledParent, TakesItsProcessWithItAndLeavesNoObject) {
     // Its process is inside the library by then, where neither a command nor its own watchdog ends it.
-    m_library.Put("hvq.script", LayersOf(kSmall) + "record calls.txt\ngate hvqInfer 1 never\n");
-    m_library.Put("inhouse_144p_input.dll", "a network");
-    static const int kHere = 0;
-    std::string error;
-    const std::string folder = m_library.Folder().filename().string();
-    const auto parent =
-        platform::SystemChildProcesses().Start({platform::SystemModuleFiles().FileOf(&kHere).value_or(""),
-                                                "role parent " + m_options.idPrefix + " " + folder,
-                                                {},
-                                                m_output.Path(),
-                                                m_output.Path()},
-                                               error);
-    ASSERT_TRUE(parent) << error;
-    const std::string idPath = (m_library.Folder() / "id.txt").string();
-    ASSERT_TRUE(process_tests::AwaitFileText(idPath, "\n")) << m_output.Text();
-    ASSERT_TRUE(process_tests::AwaitFileText(CallsPath(), " hvqInfer "));
-    std::string id = process_tests::FileText(idPath);
-    id.erase(id.find_last_not_of("\r\n") + 1);
-    ASSERT_TRUE(Exists(id + "FO_shm"));
+    ASSERT_NO_FATAL_FAILURE(StartParent("parent", "gate hvqInfer 1 never\n"));
+    ASSERT_NO_FATAL_FAILURE(KillParent());
+    ExpectThatNothingStays();
+}
 
-    parent->Kill();
-    ASSERT_TRUE(parent->WaitForExit(kPatienceMs));
-
-    for (const char* suffix : {"C", "FI", "E", "FO", "L"})
-        EXPECT_TRUE(AwaitEndOf(id + suffix + "_shm")) << suffix;
-    // Files of dead processes go with the next process that uses such objects.
-    ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSmall)));
-    ExpectAGoodEnd();
-    EXPECT_EQ(FilesOf(id), 0);
+TEST_F(KilledParent, LeavesAProcessThatMayOutliveItToItsOwnWatchdog) {
+    ASSERT_NO_FATAL_FAILURE(StartParent("outlived", ""));
+    ASSERT_NO_FATAL_FAILURE(KillParent());
+    const auto killed = std::chrono::steady_clock::now();
+    ASSERT_TRUE(AwaitEndOf(m_id + "FO_shm"));
+    // Six heartbeats, a second apart, of which the parent can have had the first in its hands.
+    EXPECT_GE(std::chrono::steady_clock::now() - killed, std::chrono::seconds(4));
+    ExpectThatNothingStays();
 }
 
 }  // namespace

@@ -92,7 +92,8 @@ TEST_F(ParentLife, TellsOfAProgramThatEndsAtOnce) {
     m_options.program = OwnProgram();
     m_options.idPrefix = "role exit 3 " + m_options.idPrefix;
     m_process.emplace(m_options, m_listener);
-    ASSERT_TRUE(m_process->Start());
+    const velmo_parent::Outcome started = m_process->Start();
+    ASSERT_TRUE(started) << started.Why();
     ASSERT_TRUE(m_listener.AwaitEnds(1));
     EXPECT_EQ(m_listener.Ends()[0].code, 3);
     EXPECT_FALSE(m_listener.Ends()[0].wasAsked);
@@ -176,6 +177,19 @@ TEST_F(ParentLife, TellsOfSilenceAndLosesTheFramesOfAProcessThatIsKilled) {
     EXPECT_THAT(m_listener.Frames(), SizeIs(4));
     EXPECT_EQ(m_process->CountsSoFar().lost, 3U);
     EXPECT_EQ(m_process->CountsSoFar().inFlight, 0U);
+}
+
+TEST_F(ParentLife, SaysOfASilenceThatAnInitCanExplainIt) {
+    m_options.silence = std::chrono::milliseconds(1500);
+    ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSmall) + "gate hvqCreateNetByBuiltin 1 held"));
+    ASSERT_EQ(m_process->Init(Request()), InitStatus::Sent);
+    const std::size_t before = m_listener.Silences().size();  // a slow start may have been silent, too
+    ASSERT_TRUE(m_listener.AwaitSilences(before + 1));
+    EXPECT_TRUE(m_listener.Silences()[before].initIsPending);
+    EXPECT_GE(m_listener.Silences()[before].duration.count(), 1500);
+    m_library.Put("held.open", "");
+    ASSERT_TRUE(m_process->AwaitInit(kPatience));
+    ExpectAGoodEnd();
 }
 
 TEST_F(ParentLife, StopReturnsWhenAnEndThatIsBeingToldHasBeenTold) {

@@ -13,10 +13,12 @@ constexpr int kUnknownRole = 2;
 constexpr int kCannotStart = 3;
 constexpr int kNobodyCame = 4;
 
-int BeAParent(const std::string& prefix, const std::string& folder) {
+int BeAParent(const std::string& prefix, const std::string& folder, bool endsWithThisProgram) {
     const std::filesystem::path path = process_tests::ProgramFolderPath() / folder;
     Listener listener;
-    velmo_parent::InferenceProcess process({.program = process_tests::ProcessProgram(), .idPrefix = prefix}, listener);
+    velmo_parent::InferenceProcess process(
+        {.program = process_tests::ProcessProgram(), .idPrefix = prefix, .endsWithThisProgram = endsWithThisProgram},
+        listener);
     if (!process.Start()) return kCannotStart;
     velmo_parent::EngineRequest request;
     request.device = velmo_parent::Device::Cpu;
@@ -37,7 +39,8 @@ int BeAParent(const std::string& prefix, const std::string& folder) {
 
 int RunRole(const std::vector<std::string>& words) {
     if (words.size() >= 2 && words[0] == "exit") return std::stoi(words[1]);
-    if (words.size() == 3 && words[0] == "parent") return BeAParent(words[1], words[2]);
+    if (words.size() == 3 && words[0] == "parent") return BeAParent(words[1], words[2], true);
+    if (words.size() == 3 && words[0] == "outlived") return BeAParent(words[1], words[2], false);
     return kUnknownRole;
 }
 

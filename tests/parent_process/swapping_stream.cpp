@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <iostream>
 #include <thread>
 
 namespace parent_process_tests {
@@ -28,6 +29,11 @@ void SwappingStream::Run(std::chrono::seconds duration) {
                   velmo_parent::InitStatus::Sent);
     }
     ASSERT_TRUE(m_listener.AwaitFrames(frames));
+    const velmo_parent::Counts counts = m_process->CountsSoFar();
+    std::cout << counts.submitted << " frames sent, " << counts.results << " results, " << counts.lost << " lost, "
+              << counts.full << " times full; " << requests << " engines asked for, "
+              << m_listener.Notices<velmo_parent::EngineSwapped>().size() << " swaps; longest pause between results "
+              << m_listener.LongestPause().count() << " ms\n";
     ExpectResultsOfAStream(1, frames);
     // Only the last request may not have come to its swap.
     EXPECT_GE(m_listener.Notices<velmo_parent::EngineSwapped>().size() + 1, requests);

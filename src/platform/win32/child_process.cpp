@@ -1,4 +1,4 @@
-#include "platform/child_process.h"
+#include "platform/win32/child_process.h"
 
 #include <windows.h>
 
@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <utility>
 
 #include "platform/win32/unique_handle.h"
 #include "platform/win32/wide_text.h"
@@ -90,17 +91,46 @@ UniqueHandle InheritableFile(const std::string& path) {
                                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-// The three streams of a child, and the system's list that says that it gets these handles and no other, whatever else
-// in this process can be inherited.
-class ChildStreams {
+// What the system is told of a child beyond its parameters: a list of attributes. Their values have to live until the
+// child is created.
+class Attributes {
  public:
-    ChildStreams() = default;
-    ChildStreams(const ChildStreams&) = delete;
-    ChildStreams& operator=(const ChildStreams&) = delete;
-    ~ChildStreams() {
+    Attributes() = default;
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+    ~Attributes() {
         if (m_list != nullptr) ::DeleteProcThreadAttributeList(m_list);
     }
 
+    // False when the system refuses; the reason is in GetLastError.
+    bool Set(DWORD_PTR attribute, void* value, std::size_t bytes) {
+        return Make() && ::UpdateProcThreadAttribute(m_list, 0, attribute, value, bytes, nullptr, nullptr) != 0;
+    }
+
+    // Null when nothing was to be set.
+    LPPROC_THREAD_ATTRIBUTE_LIST List() const { return m_list; }
+
+ private:
+    static constexpr DWORD kMost = 2;
+
+    bool Make() {
+        if (m_list != nullptr) return true;
+        SIZE_T bytes = 0;
+        ::InitializeProcThreadAttributeList(nullptr, kMost, 0, &bytes);
+        m_memory.resize(bytes);
+        auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.data());
+        if (::InitializeProcThreadAttributeList(list, kMost, 0, &bytes) == 0) return false;
+        m_list = list;
+        return true;
+    }
+
+    std::vector<unsigned char> m_memory;  // what m_list points at
+    LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
+};
+
+// The three streams of a child.
+class ChildStreams {
+ public:
     // False when a file can't be made or the system refuses; the reason is in GetLastError.
     bool Open(const ChildStart& start) {
         m_input = InheritableStream(STD_INPUT_HANDLE);
@@ -113,19 +143,24 @@ class ChildStreams {
             m_error = errorToFile ? InheritableFile(start.standardErrorPath) : InheritableStream(STD_ERROR_HANDLE);
             if (errorToFile && !m_error) return false;
         }
-        return MakeList();
+        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
+            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
+        }
+        return true;
     }
 
     // Whether there is any handle to hand over.
     bool Any() const { return m_count > 0; }
 
-    void Describe(STARTUPINFOEXW& info) {
-        if (!Any()) return;
+    // Says that the child gets these handles and no other, whatever else in this process can be inherited. False when
+    // the system refuses; the reason is in GetLastError.
+    bool Describe(STARTUPINFOEXW& info, Attributes& attributes) {
+        if (!Any()) return true;
         info.StartupInfo.dwFlags |= STARTF_USESTDHANDLES;
         info.StartupInfo.hStdInput = m_input.Get();
         info.StartupInfo.hStdOutput = m_output.Get();
         info.StartupInfo.hStdError = m_sameFile ? m_output.Get() : m_error.Get();
-        info.lpAttributeList = m_list;
+        return attributes.Set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_handles.data(), m_count * sizeof(HANDLE));
     }
 
  private:
@@ -135,30 +170,17 @@ class ChildStreams {
         return handle && (reinterpret_cast<std::uintptr_t>(handle.Get()) & 3U) != 3U;
     }
 
-    bool MakeList() {
-        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
-            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
-        }
-        if (m_count == 0) return true;
-        SIZE_T bytes = 0;
-        ::InitializeProcThreadAttributeList(nullptr, 1, 0, &bytes);
-        m_memory.resize(bytes);
-        auto* const list = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(m_memory.data());
-        if (::InitializeProcThreadAttributeList(list, 1, 0, &bytes) == 0) return false;
-        m_list = list;
-        return ::UpdateProcThreadAttribute(m_list, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_handles.data(),
-                                           m_count * sizeof(HANDLE), nullptr, nullptr) != 0;
-    }
-
     UniqueHandle m_input;
     UniqueHandle m_output;
     UniqueHandle m_error;
     bool m_sameFile = false;
     std::array<HANDLE, 3> m_handles{};
     std::size_t m_count = 0;
-    std::vector<unsigned char> m_memory;  // what m_list points at
-    LPPROC_THREAD_ATTRIBUTE_LIST m_list = nullptr;
 };
+
+// PROC_THREAD_ATTRIBUTE_JOB_LIST of the headers for Windows 10: the jobs that a child is in from its creation on. Older
+// systems refuse it.
+constexpr DWORD_PTR kJobList = 0x0002000D;
 
 // The job that ends its members when its last handle is closed: the system does that with this process's end. None when
 // the system refuses; the reason is in GetLastError.
@@ -174,18 +196,24 @@ UniqueHandle MakeJob() {
 
 class CreatedChildren final : public ChildProcesses {
  public:
+    explicit CreatedChildren(win32::Tying tying = {}) : m_tying(std::move(tying)) {}
+
     std::unique_ptr<ChildProcess> Start(const ChildStart& start, std::string& error) override {
+        const bool isTied = start.lifetime == Lifetime::ThisProcess;
         ChildStreams streams;
+        HANDLE job = nullptr;
         PROCESS_INFORMATION created{};
-        const DWORD failure = streams.Open(start) ? Create(start, streams, created) : ::GetLastError();
+        const bool isReady = streams.Open(start) && (!isTied || (job = Job()) != nullptr);
+        const DWORD failure = isReady ? Create(start, streams, job, created) : ::GetLastError();
         if (failure != ERROR_SUCCESS) {
             error = win32::ErrorText(failure);
             return nullptr;
         }
         const UniqueHandle thread(created.hThread);
         auto child = std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
-        if (start.lifetime == Lifetime::ThisProcess) {
-            const DWORD refusal = TieAndRun(created.hProcess, created.hThread);
+        if (isTied) {
+            if (m_tying.onCreated) m_tying.onCreated(created.dwProcessId);
+            const DWORD refusal = TieAndRun(job, created.hProcess, created.hThread);
             if (refusal != ERROR_SUCCESS) {
                 child->Kill();
                 error = win32::ErrorText(refusal);
@@ -196,37 +224,56 @@ class CreatedChildren final : public ChildProcesses {
     }
 
  private:
-    // For a child that was created without running: it can't run before it is in the job. Gives the system's error
-    // number.
-    DWORD TieAndRun(HANDLE process, HANDLE thread) {
+    // Null when the system refuses; the reason is in GetLastError.
+    HANDLE Job() {
         const std::lock_guard lock(m_mutex);
         if (!m_job) m_job = MakeJob();
-        if (!m_job || ::AssignProcessToJobObject(m_job.Get(), process) == 0) return ::GetLastError();
+        return m_job.Get();
+    }
+
+    // For a child that was created without running: it can't run before it is in the job. Where the system could do it,
+    // it has been there from the start, and is no moment without it. Gives the system's error number.
+    static DWORD TieAndRun(HANDLE job, HANDLE process, HANDLE thread) {
+        BOOL isInJob = FALSE;
+        const bool isTied = ::IsProcessInJob(process, job, &isInJob) != 0 && isInJob != FALSE;
+        if (!isTied && ::AssignProcessToJobObject(job, process) == 0) return ::GetLastError();
         return ::ResumeThread(thread) != static_cast<DWORD>(-1) ? ERROR_SUCCESS : ::GetLastError();
     }
 
-    // Gives the system's error number; asked for at once, before the texts below are released.
-    static DWORD Create(const ChildStart& start, ChildStreams& streams, PROCESS_INFORMATION& created) {
+    // `job` is null for a child with a life of its own. Gives the system's error number; asked for at once, before the
+    // texts below are released.
+    DWORD Create(const ChildStart& start, ChildStreams& streams, HANDLE job, PROCESS_INFORMATION& created) const {
         const std::wstring program = ToWide(CP_UTF8, start.program);
         std::wstring commandLine = L"\"" + program + L"\"";
         if (!start.commandTail.empty()) commandLine += L" " + ToWide(CP_THREAD_ACP, start.commandTail);
         std::wstring environment = MergedEnvironment(start.environment);
         STARTUPINFOEXW info{};
         info.StartupInfo.cb = sizeof(info);
-        streams.Describe(info);
+        Attributes attributes;
+        if (!streams.Describe(info, attributes)) return ::GetLastError();
+        if (job != nullptr && m_tying.atCreation) {
+            (void)attributes.Set(kJobList, &job, sizeof(job));  // refused before Windows 10: it is assigned behind this
+        }
+        info.lpAttributeList = attributes.List();
         constexpr DWORD kAlways = CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT;
-        const DWORD flags = kAlways | (start.lifetime == Lifetime::ThisProcess ? CREATE_SUSPENDED : 0U);
+        const DWORD flags = kAlways | (job != nullptr ? CREATE_SUSPENDED : 0U);
         const BOOL done =
             ::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr, streams.Any() ? TRUE : FALSE, flags,
                              environment.data(), nullptr, &info.StartupInfo, &created);
         return done != 0 ? ERROR_SUCCESS : ::GetLastError();
     }
 
+    const win32::Tying m_tying;
     std::mutex m_mutex;
-    UniqueHandle m_job;  // one for all; guarded by m_mutex. This object is never destroyed, so it goes with the process
+    UniqueHandle m_job;  // one for all; guarded by m_mutex. The system's object is never destroyed, so it goes with the
+                         // process
 };
 
 }  // namespace
+
+std::unique_ptr<ChildProcesses> win32::MakeChildProcesses(Tying tying) {
+    return std::make_unique<CreatedChildren>(std::move(tying));
+}
 
 ChildProcesses& SystemChildProcesses() {
     static CreatedChildren& children =

@@ -5,10 +5,7 @@
 
 #include <condition_variable>
 #include <cstring>
-#include <functional>
-#include <memory>
 #include <mutex>
-#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -16,9 +13,8 @@
 
 #include "ipc/channels.h"
 #include "platform/threads.h"
-#include "support/fake_kernel_objects.h"
+#include "process_side.h"
 #include "support/recording_streams.h"
-#include "support/std_threads.h"
 #include "support/watchdog.h"
 #include "velmo_tool/inspect.h"
 
@@ -30,40 +26,6 @@ using calyr_ipc::EventSlot;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-// Children that do what a test says.
-class FakeChildProcesses : public platform::ChildProcesses {
- public:
-    std::unique_ptr<platform::ChildProcess> Start(const platform::ChildStart& start, std::string& error) override {
-        starts.push_back(start);
-        if (!refusal.empty()) {
-            error = refusal;
-            return nullptr;
-        }
-        return std::make_unique<Child>(*this);
-    }
-
-    std::vector<platform::ChildStart> starts;
-    std::string refusal;
-    std::optional<platform::ChildExit> exit;
-    std::uint32_t waitedMs = 0;
-    int kills = 0;
-
- private:
-    class Child : public platform::ChildProcess {
-     public:
-        explicit Child(FakeChildProcesses& owner) : m_owner(owner) {}
-        std::uint32_t Id() const override { return 4711; }
-        std::optional<platform::ChildExit> WaitForExit(std::uint32_t timeoutMs) override {
-            m_owner.waitedMs = timeoutMs;
-            return m_owner.exit;
-        }
-        void Kill() override { ++m_owner.kills; }
-
-     private:
-        FakeChildProcesses& m_owner;
-    };
-};
 
 // Keeps what the process said, each as a line of text.
 class RecordingListener : public LinkListener {
@@ -96,52 +58,9 @@ class RecordingListener : public LinkListener {
     std::vector<std::string> m_heard;
 };
 
-class LinkTest : public testing::Test {
+class LinkTest : public ProcessSide {
  protected:
-    // The process's ends, in its order.
-    void OpenProcessSide() {
-        ASSERT_TRUE(m_commands.Open("idC"));
-        ASSERT_TRUE(m_frames.Open("idFI"));
-        ASSERT_TRUE(m_events.Open("idE"));
-        ASSERT_TRUE(m_results.Open("idFO"));
-        ASSERT_TRUE(m_logs.Open("idL"));
-    }
-    bool SendEvent(const std::function<void(EventSlot&)>& writer) { return m_events.Send(writer, false, kPatienceMs); }
-    bool SendHeartBeat() {
-        return SendEvent([](EventSlot& slot) { slot.index = 1; });
-    }
-    // The index of the next command, -1 when there is none.
-    std::int8_t NextCommand(std::uint32_t timeoutMs = kPatienceMs) {
-        std::int8_t index = -1;
-        m_commands.Receive([&](const CommandSlot& slot) { index = slot.index; }, timeoutMs);
-        return index;
-    }
-    bool Log(const std::string& text) {
-        return m_logs.Send(
-            [&](calyr_ipc::IpcLogChunk& chunk) {
-                const std::uint32_t level = 2;
-                chunk.flags = 3;
-                chunk.length = static_cast<std::uint32_t>(4 + text.size());
-                std::memcpy(chunk.payload, &level, 4);
-                std::memcpy(chunk.payload + 4, text.data(), text.size());
-            },
-            false, kPatienceMs);
-    }
-
-    static constexpr std::uint32_t kPatienceMs = 60000;
-
-    const support::Watchdog m_watchdog;
-    support::FakeKernelObjects m_os;
-    support::StdThreads m_threads;
-    support::RecordingStreams m_streams;
-    FakeChildProcesses m_children;
     RecordingListener m_listener;
-    Link::Seams m_seams{m_os, m_threads, m_children};
-    calyr_ipc::CommandChannel m_commands{ipc::kReceives, m_os, m_streams};
-    calyr_ipc::InputChannel m_frames{ipc::kReceives, m_os, m_streams};
-    calyr_ipc::EventChannel m_events{ipc::kSends, m_os, m_streams};
-    calyr_ipc::OutputChannel m_results{ipc::kSends, m_os, m_streams};
-    calyr_ipc::LogChannel m_logs{ipc::kSends, m_os, m_streams};
     Link m_link{"id", m_listener, HeartBeats::AnsweredByLink, m_seams};
 };
 
@@ -384,13 +303,13 @@ TEST_F(LinkTest, GivesTheExitCodeAfterTheLastLogLine) {
     OpenProcessSide();
     for (int i = 0; i < 25; ++i)
         ASSERT_TRUE(Log("[1:2] last words"));
-    m_children.exit = platform::ChildExit{-1, 0};
+    m_children.End({-1, 0});
 
     const auto exit = m_link.WaitForExit(1234);
 
     ASSERT_TRUE(exit.has_value());
     EXPECT_EQ(exit->code, -1);
-    EXPECT_EQ(m_children.waitedMs, 1234U);
+    EXPECT_EQ(m_children.WaitedMs(), 1234U);
     EXPECT_EQ(m_listener.Heard().size(), 25U);
 }
 
@@ -399,7 +318,7 @@ TEST_F(LinkTest, GivesNoExitWhenTheTimeRunsOut) {
     ASSERT_TRUE(m_link.StartProcess({"program"}));
     EXPECT_FALSE(m_link.WaitForExit(0).has_value());
     m_link.Kill();
-    EXPECT_EQ(m_children.kills, 1);
+    EXPECT_EQ(m_children.Kills(), 1);
 }
 
 TEST_F(LinkTest, ClosesWhileTheProcessGoesOn) {
@@ -410,7 +329,7 @@ TEST_F(LinkTest, ClosesWhileTheProcessGoesOn) {
         ASSERT_TRUE(link.StartProcess({"program"}));
         ASSERT_TRUE(SendHeartBeat());
     }
-    EXPECT_EQ(m_children.kills, 0);
+    EXPECT_EQ(m_children.Kills(), 0);
     EXPECT_EQ(m_threads.Joined(), m_threads.Started());
 }
 

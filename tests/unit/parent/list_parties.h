@@ -245,7 +245,8 @@ struct PeerSender {
     }
 };
 
-// Receives until message `total` has come, by the two rules: read, try to give back, and so on until nothing is there.
+// Receives until message `total` has come, by the two rules: take, try to give back what was read before, read, and so
+// on until nothing is there; then it tries to give back once more.
 template <std::int32_t N, class Lists = velmo_parent::ReceiverLists<N>>
 struct PeerReceiver {
     enum class Phase : std::int8_t { Make, Take, Read, Give, Signal, Wait };
@@ -270,13 +271,13 @@ struct PeerReceiver {
             case Phase::Take:
                 reading = lists.TakeNext(words);
                 progress = reading != ipc::kNoNode;
-                phase = progress ? Phase::Read : Phase::Give;
+                phase = Phase::Give;
                 break;
             case Phase::Read:
                 wrong = wrong || words.ReadSlot(reading) != received + 1;
                 ++received;
                 reading = ipc::kNoNode;
-                phase = Phase::Give;
+                phase = Phase::Take;
                 break;
             case Phase::Give:
                 phase = lists.GiveBack(words) ? Phase::Signal : AfterGive();
@@ -292,7 +293,10 @@ struct PeerReceiver {
         }
     }
 
-    Phase AfterGive() const { return progress ? Phase::Take : Phase::Wait; }
+    Phase AfterGive() const {
+        if (reading != ipc::kNoNode) return Phase::Read;
+        return progress ? Phase::Take : Phase::Wait;
+    }
 
     bool CanGoOn(const Shared<N>& shared) const { return phase != Phase::Wait || shared.IsSet(Event::Filled); }
     bool IsMaking() const { return phase == Phase::Make; }

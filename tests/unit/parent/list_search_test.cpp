@@ -82,17 +82,24 @@ void ExpectWhole(const Figures& figures) {
 template <std::int32_t N>
 struct TakesTheTail : velmo_parent::ReceiverLists<N> {
     velmo_parent::NodeQueue<N> aside;
+    bool isReading = false;  // the newest of them
 
     template <class Words>
     std::int32_t TakeNext(Words& words) {
         const std::int32_t node = ipc::pop(words, ipc::List::Used);
-        if (node != ipc::kNoNode) (void)aside.Append(node);
+        isReading = node != ipc::kNoNode;
+        if (isReading) (void)aside.Append(node);
         return node;
     }
     template <class Words>
     bool GiveBack(Words& words) {
-        if (!velmo_parent::GiveChain(words, ipc::List::Free, aside)) return false;
+        velmo_parent::NodeQueue<N> read;
+        for (std::int32_t i = 0; i < aside.Count() - (isReading ? 1 : 0); ++i)
+            (void)read.Append(aside[i]);
+        if (!velmo_parent::GiveChain(words, ipc::List::Free, read)) return false;
+        const std::int32_t newest = aside[aside.Count() - 1];
         aside.Clear();
+        if (isReading) (void)aside.Append(newest);
         return true;
     }
     const velmo_parent::NodeQueue<N>& Aside() const { return aside; }

@@ -212,6 +212,7 @@ class Simulation {
             const std::uint64_t frame = m_used.front();
             m_used.pop_front();
             ++m_aside;
+            GiveBack();
             if (const auto answered = m_pairing.Answer()) {
                 ++paired;
                 if (answered->tag != frame) {
@@ -220,7 +221,6 @@ class Simulation {
                 }
             }
             TakeLost();
-            GiveBack();
         }
         GiveBack();
         m_pairing.AfterLook();

@@ -494,7 +494,7 @@ TEST_F(PeerChannelThread, TellsItsWatchHowLongTheOtherSideCanHaveBeenWithoutASlo
     ASSERT_TRUE(receiver.Open(
         "x",
         [&](const Message&) {
-            if (++seen == 2) {
+            if (++seen == 1) {
                 EXPECT_TRUE(release.Wait());
             }
         },
@@ -580,6 +580,42 @@ TEST_F(PeerChannelThread, RestsWhenAReceiversWaitFails) {
     ASSERT_TRUE(fixed.Send([](Message& slot) { slot = Numbered(1); }, false, 0));
     receiver.Drain();
     EXPECT_EQ(checker.Seen(), 1U);
+}
+
+TEST_F(PeerChannelThread, GivesSlotsBackBeforeAReaderTakesItsTime) {
+    support::EventFlag filled;
+    support::EventFlag atTheSecond;
+    support::EventFlag release;
+    ReceiveEnd<Message, 3> receiver(m_os, m_threads);
+    std::atomic<std::uint32_t> wrong{0};
+    ASSERT_TRUE(receiver.Open("x", [&](const Message& message) {
+        const std::uint32_t number = message.number;
+        if (number == 1) {
+            EXPECT_TRUE(filled.Wait());
+        } else if (number == 2) {
+            atTheSecond.Set();
+            EXPECT_TRUE(release.Wait());
+        }
+        if (message.inverse != ~number) ++wrong;  // the slot in the reader's hands is not among those given
+    }));
+    ipc::channel<Message, 3> fixed(ipc::kSends, m_os, m_streams);
+    ASSERT_TRUE(fixed.Open("x"));
+    const auto send = [&](std::uint32_t number) {
+        return fixed.Send([&](Message& slot) { slot = Numbered(number); }, false, 0);
+    };
+    for (std::uint32_t number = 1; number <= 3; ++number)
+        ASSERT_TRUE(send(number));
+    EXPECT_FALSE(send(4)) << "all slots are used up";
+    filled.Set();
+    ASSERT_TRUE(atTheSecond.Wait());
+
+    EXPECT_TRUE(send(4)) << "the first one's slot";
+    EXPECT_FALSE(send(5));
+
+    release.Set();
+    receiver.Drain();
+    EXPECT_EQ(wrong, 0U);
+    receiver.Close();
 }
 
 TEST_F(PeerChannelThread, GivesSlotsBackAlsoWithoutANewMessage) {

@@ -159,12 +159,15 @@ class InferenceProcess::Implementation {
              .standardOutputPath = m_options.standardOutputPath,
              .standardErrorPath = m_options.standardErrorPath,
              .lifetime = m_options.endsWithThisProgram ? platform::Lifetime::ThisProcess : platform::Lifetime::ItsOwn});
-        if (outcome) {
+        if (!outcome) return outcome;
+        bool isTooLate = false;
+        {
             const std::lock_guard lock(m_mutex);
             m_lastRun = run;
             m_run = run;
-            if (m_quit) run->Kill();  // whoever destroys this object has not seen it
+            isTooLate = m_quit;
         }
+        if (isTooLate) run->Kill();  // whoever destroys this object has not seen it
         return outcome;
     }
 

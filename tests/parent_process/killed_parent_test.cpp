@@ -42,6 +42,10 @@ int FilesOf(const std::string& id) {
 
 class KilledParent : public ParentProcess {
  protected:
+    ~KilledParent() override {
+        if (m_parent) m_parent->Kill();  // a test that failed early has not
+    }
+
     // A parent in this role on a library with this script, which has submitted one frame, and its link's id.
     void StartParent(const std::string& role, const std::string& script) {
         m_library.Put("hvq.script", LayersOf(kSmall) + "record calls.txt\n" + script);
@@ -89,8 +93,8 @@ TEST_F(KilledParent, TakesItsProcessWithItAndLeavesNoObject) {
 
 TEST_F(KilledParent, LeavesAProcessThatMayOutliveItToItsOwnWatchdog) {
     ASSERT_NO_FATAL_FAILURE(StartParent("outlived", ""));
-    ASSERT_NO_FATAL_FAILURE(KillParent());
     const auto killed = std::chrono::steady_clock::now();
+    ASSERT_NO_FATAL_FAILURE(KillParent());
     ASSERT_TRUE(AwaitEndOf(m_id + "FO_shm"));
     // Six heartbeats, a second apart, of which the parent can have had the first in its hands.
     EXPECT_GE(std::chrono::steady_clock::now() - killed, std::chrono::seconds(4));

@@ -183,10 +183,12 @@ TEST_F(ParentLife, SaysOfASilenceThatAnInitCanExplainIt) {
     m_options.silence = std::chrono::milliseconds(1500);
     ASSERT_NO_FATAL_FAILURE(Start(LayersOf(kSmall) + "gate hvqCreateNetByBuiltin 1 held"));
     ASSERT_EQ(m_process->Init(Request()), InitStatus::Sent);
-    const std::size_t before = m_listener.Silences().size();  // a slow start may have been silent, too
-    ASSERT_TRUE(m_listener.AwaitSilences(before + 1));
-    EXPECT_TRUE(m_listener.Silences()[before].initIsPending);
-    EXPECT_GE(m_listener.Silences()[before].duration.count(), 1500);
+    // A slow start may have been silent, too, and that may be told late.
+    std::size_t count = 0;
+    do {
+        ASSERT_TRUE(m_listener.AwaitSilences(++count));
+    } while (!m_listener.Silences()[count - 1].initIsPending);
+    EXPECT_GE(m_listener.Silences()[count - 1].duration.count(), 1500);
     m_library.Put("held.open", "");
     ASSERT_TRUE(m_process->AwaitInit(kPatience));
     ExpectAGoodEnd();

@@ -14,12 +14,14 @@
 namespace support {
 
 // Children that do what a test says. Time runs fast for them: a wait that runs out takes a millisecond, however long it
-// was to be. Thread: any, but for what is set before the first start; it must outlive its children.
+// was to be. Thread: any, but `refusal` is set before the first start and `starts` read behind the last; it must
+// outlive its children.
 class FakeChildProcesses final : public platform::ChildProcesses {
  public:
     static constexpr std::uint32_t kId = 4711;
 
     std::unique_ptr<platform::ChildProcess> Start(const platform::ChildStart& start, std::string& error) override {
+        const std::lock_guard lock(m_mutex);
         starts.push_back(start);
         if (!refusal.empty()) {
             error = refusal;

@@ -203,12 +203,15 @@ class CreatedChildren final : public ChildProcesses {
         ChildStreams streams;
         HANDLE job = nullptr;
         PROCESS_INFORMATION created{};
-        const bool isReady = streams.Open(start) && (!isTied || (job = Job()) != nullptr);
-        const DWORD failure = isReady ? Create(start, streams, job, created) : ::GetLastError();
-        if (failure != ERROR_SUCCESS) {
-            error = win32::ErrorText(failure);
+        // Names the step: the system's words alone don't tell a missing program from a missing folder of its output.
+        const auto refuse = [&error](const char* step, DWORD failure) {
+            error = step + win32::ErrorText(failure);
             return nullptr;
-        }
+        };
+        if (!streams.Open(start)) return refuse("its streams: ", ::GetLastError());
+        if (isTied && (job = Job()) == nullptr) return refuse("the job for it: ", ::GetLastError());
+        const DWORD failure = Create(start, streams, job, created);
+        if (failure != ERROR_SUCCESS) return refuse("", failure);
         const UniqueHandle thread(created.hThread);
         auto child = std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
         if (isTied) {
@@ -216,8 +219,7 @@ class CreatedChildren final : public ChildProcesses {
             const DWORD refusal = TieAndRun(job, created.hProcess, created.hThread);
             if (refusal != ERROR_SUCCESS) {
                 child->Kill();
-                error = win32::ErrorText(refusal);
-                return nullptr;
+                return refuse("tying it: ", refusal);
             }
         }
         return child;
@@ -232,7 +234,7 @@ class CreatedChildren final : public ChildProcesses {
     }
 
     // For a child that was created without running: it can't run before it is in the job. Where the system could do it,
-    // it has been there from the start, and is no moment without it. Gives the system's error number.
+    // it has been there from the start. Gives the system's error number.
     static DWORD TieAndRun(HANDLE job, HANDLE process, HANDLE thread) {
         BOOL isInJob = FALSE;
         const bool isTied = ::IsProcessInJob(process, job, &isInJob) != 0 && isInJob != FALSE;

@@ -587,7 +587,7 @@ TEST_F(PeerChannelThread, GivesSlotsBackBeforeAReaderTakesItsTime) {
     support::EventFlag atTheSecond;
     support::EventFlag release;
     ReceiveEnd<Message, 3> receiver(m_os, m_threads);
-    std::atomic<std::uint32_t> wrong{0};
+    std::atomic<std::uint32_t> whole{0};
     ASSERT_TRUE(receiver.Open("x", [&](const Message& message) {
         const std::uint32_t number = message.number;
         if (number == 1) {
@@ -596,7 +596,7 @@ TEST_F(PeerChannelThread, GivesSlotsBackBeforeAReaderTakesItsTime) {
             atTheSecond.Set();
             EXPECT_TRUE(release.Wait());
         }
-        if (message.inverse != ~number) ++wrong;  // the slot in the reader's hands is not among those given
+        if (message.inverse == ~number) ++whole;  // the slot in the reader's hands is not among those given
     }));
     ipc::channel<Message, 3> fixed(ipc::kSends, m_os, m_streams);
     ASSERT_TRUE(fixed.Open("x"));
@@ -614,7 +614,7 @@ TEST_F(PeerChannelThread, GivesSlotsBackBeforeAReaderTakesItsTime) {
 
     release.Set();
     receiver.Drain();
-    EXPECT_EQ(wrong, 0U);
+    EXPECT_EQ(whole, 4U);
     receiver.Close();
 }
 

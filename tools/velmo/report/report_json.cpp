@@ -116,7 +116,7 @@ Json JsonOf(const RunReport& report) {
     json["metrics"] = ListOf(report.metrics, [](const ProcessMetrics& one) { return JsonOf(one); });
     json["metricLines"] = report.metricLines;
     json["machine"] = ListOf(report.machine, [](const MachineFact& one) {
-        return Json{{"label", one.label}, {"value", one.value}, {"meaning", one.meaning}};
+        return Json{{"probe", one.probe}, {"label", one.label}, {"value", one.value}, {"meaning", one.meaning}};
     });
     json["contactSheet"] = ListOf(report.sheet, [](const SheetFrame& one) {
         return Json{{"frame", one.frame}, {"outcome", NameOf(one.outcome)}};

@@ -74,6 +74,7 @@ struct ProcessMetrics {
 };
 
 struct MachineFact {
+    std::string probe;  // that gave it
     std::string label;
     std::string value;
     std::string meaning;  // empty where the value speaks for itself

@@ -115,8 +115,8 @@ SinkKind SinkKindOf(const std::string& output) {
     if (output == kStandardStream || output.ends_with(kY4mEnding)) return SinkKind::Y4m;
     std::error_code error;
     const fs::path path = PathOf(output);
+    if (fs::is_other(path, error)) return SinkKind::Y4m;  // a pipe or a device
     if (fs::is_directory(path, error) || !path.has_extension()) return SinkKind::PngFolder;
-    // Devices have no ending.
     throw MediaError(output + " is neither NAME.y4m nor a folder for PNG files. For another kind of video: " +
                      "velmo run ... --output - | ffmpeg -i - " + output);
 }

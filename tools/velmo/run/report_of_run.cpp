@@ -127,9 +127,9 @@ std::string ValueText(const velmo_tool::ProbeFact& fact) {
 std::vector<velmo_report::MachineFact> MachineFacts() {
     std::vector<velmo_report::MachineFact> facts;
     for (const velmo_tool::ProbeAnswer& answer : velmo_tool::ProbeMachine(platform::ThisMachine()).answers) {
-        if (!answer.error.empty()) facts.push_back({answer.function, "failed: " + answer.error, ""});
+        if (!answer.error.empty()) facts.push_back({answer.function, "failed", answer.error, ""});
         for (const velmo_tool::ProbeFact& fact : answer.facts)
-            facts.push_back({fact.label, ValueText(fact), fact.meaning});
+            facts.push_back({answer.function, fact.label, ValueText(fact), fact.meaning});
     }
     return facts;
 }

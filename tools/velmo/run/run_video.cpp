@@ -13,6 +13,7 @@
 #include "velmo_media/media_error.h"
 #include "velmo_media/model_fit.h"
 #include "velmo_report/csv_writer.h"
+#include "velmo_report/html_report.h"
 #include "velmo_report/report_json.h"
 #include "velmo_run/engine_session.h"
 #include "velmo_run/frame_belt.h"
@@ -221,6 +222,7 @@ int VideoRun::Conclude(double bringUpSeconds, double seconds) {
     if (!isGood) talk << "velmo: " << outcome.reason << "; what was written until then is kept" << std::endl;
     try {
         WriteText(m_options.json, velmo_report::JsonText(report));
+        WriteText(m_options.report, velmo_report::HtmlReport(report));
     } catch (const std::exception& error) {
         talk << "velmo: " << error.what() << std::endl;
         isGood = false;

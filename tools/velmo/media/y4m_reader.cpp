@@ -63,14 +63,15 @@ bool Y4mReader::Next(Picture& picture) {
         if (m_stream.bad()) Fail("can't be read");
         return false;
     }
-    const bool isFrame = m_line.starts_with(kFrame) && (m_line.size() == kFrame.size() || m_line[kFrame.size()] == ' ');
-    if (!isFrame || line == Line::TooLong) {
-        const bool isCut = line == Line::Cut && kFrame.starts_with(m_line);
+    if (line == Line::Cut && (m_line.starts_with(kFrame) || kFrame.starts_with(m_line))) {
         m_offset = begin;
-        if (isCut) Fail("is cut off in its header");
+        Fail("is cut off in its header");
+    }
+    const bool isFrame = m_line.starts_with(kFrame) && (m_line.size() == kFrame.size() || m_line[kFrame.size()] == ' ');
+    if (!isFrame || line != Line::Whole) {
+        m_offset = begin;
         Fail("does not begin with \"FRAME\" but with \"" + Shown(m_line) + "\"");
     }
-    if (line == Line::Cut) Fail("is cut off in its header");
 
     picture.Reset(m_format.pixels, m_format.size);
     const auto bytes = picture.Bytes();

@@ -82,8 +82,9 @@ class Drawing {
         const bool isBeyond = column.max > m_latency.most;
         const double top = isBeyond ? kTop : m_latency.At(column.max);
         const std::string marks = m_numbers.Marks("/timeline/columns/" + std::to_string(at) + "/max", 3);
-        Line(isReused ? "span reused" : "span inferred", x, m_latency.At(std::min(column.min, m_latency.most)), x, top,
-             marks);
+        // A frame by itself gets a stem to stand on, or it would be lost among others.
+        const double bottom = m_report.timeline.framesPerColumn == 1 ? 0 : std::min(column.min, m_latency.most);
+        Line(isReused ? "span reused" : "span inferred", x, m_latency.At(bottom), x, top, marks);
         const double middle = m_latency.At(std::min(column.median, m_latency.most));
         m_svg += std::string("<circle class=\"") + (isReused ? "dot reused" : "dot inferred") + "\" cx=\"" + Place(x) +
                  "\" cy=\"" + Place(middle) + "\" r=\"1.9\"/>\n";

@@ -196,7 +196,7 @@ RunOutcome VideoRun::OutcomeOfFrames() {
         outcome.reason = "interrupted after " + std::to_string(m_frames.Written()) + " frames";
     } else if (m_frames.Written() == 0) {
         outcome.state = velmo_report::RunState::Failed;
-        outcome.reason = "there is no frame in " + m_options.input;
+        outcome.reason = "there is no frame in " + (m_options.input == "-" ? "standard input" : m_options.input);
     }
     return outcome;
 }
@@ -250,6 +250,8 @@ int VideoRun::Run() {
     const Clock::time_point beforeBringUp = Clock::now();
     BringUp(process, m_options, m_journal, [this] { return LookAround(); });
     const double bringUpSeconds = Seconds(beforeBringUp, Clock::now());
+    m_surroundings.talk << "velmo: process " << process.ProcessId() << " (" << process.Id() << ") is ready on "
+                        << process.DeviceInUse() << std::endl;
     OpenOutputs();
 
     std::optional<std::uint64_t> total = m_reading->source->CountHint();

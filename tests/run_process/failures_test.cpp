@@ -25,7 +25,7 @@ constexpr std::size_t kFrameBytes = std::size_t{kWidth} * kHeight;
 // A Y4M stream of still halves.
 std::string Clip(int frames) {
     std::string bytes = "YUV4MPEG2 W256 H144 F25:1 Cmono XCOLORRANGE=FULL\n";
-    const Grey picture = Halves(kWidth, kHeight, true);
+    const Grey picture = Halves(kWidth, kHeight, 240, 20);
     for (int frame = 0; frame < frames; ++frame)
         bytes.append("FRAME\n").append(picture.begin(), picture.end());
     return bytes;
@@ -72,6 +72,7 @@ TEST_F(RunFails, WhenThereIsNothingToRead) {
     EXPECT_EQ(RunBytes("YUV4MPEG2 W256 H144\n"), 1);
     EXPECT_THAT(m_talk.Text(), HasSubstr("there is no frame in standard input"));
 
+    m_options.masks.clear();
     m_options.input = At("nowhere.y4m");
     EXPECT_EQ(Run(), 1);
     EXPECT_THAT(m_talk.Text(), HasSubstr("nowhere.y4m is not there"));
@@ -206,7 +207,8 @@ TEST_F(RunOnScript, TellsThatTheProcessHasDiedAndItsLastWords) {
     const json report = JsonAt("run.json");
     EXPECT_EQ(report.at("state"), "failed");
     EXPECT_GE(report.at("frames").at("lost"), 1);
-    EXPECT_EQ(report.at("frames").at("inferred").get<int>() + report.at("frames").at("reused").get<int>(), 3);
+    // Those before the fourth that the network saw; some may have been skipped between them.
+    EXPECT_GE(report.at("frames").at("inferred").get<int>() + report.at("frames").at("reused").get<int>(), 3);
     EXPECT_THAT(FramesOf(m_written.str()), SizeIs(report.at("frames").at("written").get<std::size_t>()));
 }
 

@@ -19,12 +19,12 @@ FrameFeed::int_type FrameFeed::underflow() {
     return traits_type::to_int_type(m_bytes[0]);
 }
 
-Grey Halves(std::uint32_t width, std::uint32_t height, bool isLeftBright) {
+Grey Halves(std::uint32_t width, std::uint32_t height, std::uint8_t bright, std::uint8_t dark) {
     Grey picture;
     picture.reserve(std::size_t{width} * height);
     for (std::uint32_t y = 0; y < height; ++y) {
-        for (std::uint32_t x = 0; x < width; ++x)
-            picture.push_back((x < width / 2) == isLeftBright ? 240 : 20);
+        picture.insert(picture.end(), width / 2, bright);
+        picture.insert(picture.end(), width - width / 2, dark);
     }
     return picture;
 }

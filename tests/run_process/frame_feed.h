@@ -27,8 +27,7 @@ class FrameFeed final : public std::streambuf {
     std::string m_bytes;
 };
 
-// Left half and right half of unlike brightness, so that every mask has an outline; the sides change with each picture,
-// or never.
-Grey Halves(std::uint32_t width, std::uint32_t height, bool isLeftBright);
+// A bright left half and a dark right one, so that every mask has an outline.
+Grey Halves(std::uint32_t width, std::uint32_t height, std::uint8_t bright, std::uint8_t dark);
 
 }  // namespace run_process_tests

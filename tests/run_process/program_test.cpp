@@ -46,11 +46,11 @@ class Program : public VideoRunTest {
 
 TEST_F(Program, TakesAVideoFromStandardInputToStandardOutput) {
     std::string clip = "YUV4MPEG2 W256 H144 F25:1 Cmono XCOLORRANGE=FULL\n";
-    const Grey picture = Halves(kWidth, kHeight, true);
+    const Grey picture = Halves(kWidth, kHeight, 240, 20);
     for (int frame = 0; frame < 3; ++frame)
         clip.append("FRAME\n").append(picture.begin(), picture.end());
-    EXPECT_EQ(RunProgram({"run", "-", "--masks", "-", "--model-dir", m_options.modelFolder, "--family", "inhouse",
-                          "--json", At("run.json"), "--swap-at", "1:cpu", "--fps", "30000/1001"},
+    EXPECT_EQ(RunProgram({"run", "--masks", "-", "--model-dir", m_options.modelFolder, "--family", "inhouse", "--json",
+                          At("run.json"), "--fps", "30000/1001", "--swap-at", "1:cpu", "--swap-at", "2:auto", "-"},
                          clip),
               0)
         << Errors();

@@ -50,9 +50,15 @@ class VideoRunTest : public ::testing::Test {
     // of the three planes and the mask before.
     VideoRunTest();
 
-    // Changing halves, or halves that stand still.
-    static Grey Changing(std::uint64_t frame) { return Halves(kWidth, kHeight, frame % 2 == 0); }
-    static Grey Still(std::uint64_t) { return Halves(kWidth, kHeight, true); }
+    // Pictures of which no two in a row of seventy are so alike that one of them would be skipped.
+    static Grey Changing(std::uint64_t frame) {
+        return Halves(kWidth, kHeight, static_cast<std::uint8_t>(172 + 12 * (frame % 7)),
+                      static_cast<std::uint8_t>(12 * (frame / 7 % 10)));
+    }
+    // One picture again and again.
+    static Grey Still(std::uint64_t /*frame*/) { return Halves(kWidth, kHeight, kBright, kDark); }
+    static constexpr std::uint8_t kBright = 240;
+    static constexpr std::uint8_t kDark = 20;
 
     // Runs so many pictures from `next` through standard input; the exit code.
     int RunFrames(std::uint64_t frames, const std::function<Grey(std::uint64_t)>& next);

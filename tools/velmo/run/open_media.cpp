@@ -157,8 +157,15 @@ std::unique_ptr<std::ofstream> OpenTextFile(const std::string& name, Overwriting
     return OpenFile(name, overwriting);
 }
 
-void FinishTextFile(std::ofstream& file, const std::string& name) {
+void WriteTextFile(const std::string& name, const std::string& text, Overwriting overwriting) {
+    const auto file = OpenFile(name, overwriting);
     errno = 0;
+    *file << text;
+    FinishTextFile(*file, name);
+}
+
+void FinishTextFile(std::ofstream& file, const std::string& name) {
+    if (file) errno = 0;  // or it tells what has failed before
     file.close();
     if (!file) throw MediaError(velmo_media::WriteFailure(name));
 }

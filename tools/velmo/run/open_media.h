@@ -41,6 +41,9 @@ velmo_media::BackgroundKind OpenBackground(const std::string& text);
 // A file to write text to.
 std::unique_ptr<std::ofstream> OpenTextFile(const std::string& name, velmo_media::Overwriting overwriting);
 
+// A file of this text.
+void WriteTextFile(const std::string& name, const std::string& text, velmo_media::Overwriting overwriting);
+
 // Closes it; throws when something could not be written.
 void FinishTextFile(std::ofstream& file, const std::string& name);
 

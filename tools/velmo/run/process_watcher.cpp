@@ -60,8 +60,8 @@ void ProcessWatcher::OnSilence(const velmo_parent::Silence& silence) {
 }
 
 void ProcessWatcher::OnEnded(const velmo_parent::ProcessEnd& end) {
-    m_journal.KeepEnd(end);
     if (!end.wasAsked) m_stop.Raise(TextOf(end));
+    m_journal.KeepEnd(end);
 }
 
 void ProcessWatcher::OnDamage(const std::string& what) {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
+#include <limits>
 #include <map>
 
 #include "platform/text_conversion.h"
@@ -97,27 +99,28 @@ void RunArguments::AddOutputs() {
     m_command->add_flag("--force", m_options.force, "Overwrite files that are there")->group("What is written");
 }
 
+template <class Value>
+void RunArguments::AddChoice(const char* name, const std::map<std::string, Value>& choices, Value& value,
+                             const char* help, const char* usual) {
+    m_command
+        ->add_option_function<std::string>(
+            name, [&choices, &value](const std::string& text) { value = choices.at(text); }, help)
+        ->check(CLI::IsMember(choices).description(""))
+        ->default_str(usual)
+        ->type_name("NAME")
+        ->group("Which engine");
+}
+
 void RunArguments::AddEngine() {
     constexpr char kGroup[] = "Which engine";
-    m_command
-        ->add_option("--family", m_options.family, "Which results the model has: calyr, calyr-re or inhouse (0, 1, 2)")
-        ->transform(CLI::Transformer(kFamilies))
-        ->default_str("calyr")
-        ->type_name("NAME")
-        ->group(kGroup);
-    m_command->add_option("--quality", m_options.quality, "Size of the model: 144 (256 x 144) or 360 (640 x 360)")
-        ->transform(CLI::Transformer(kQualities))
-        ->default_str("144")
-        ->type_name("LINES")
-        ->group(kGroup);
-    m_command->add_option("--device", m_options.device, "auto, cpu, gpu or npu")
-        ->transform(CLI::Transformer(kDevices))
-        ->default_str("auto")
-        ->type_name("NAME")
-        ->group(kGroup);
+    AddChoice("--family", kFamilies, m_options.family,
+              "Which results the model has: calyr, calyr-re or inhouse (0, 1, 2)", "calyr");
+    AddChoice("--quality", kQualities, m_options.quality, "Lines of the model: 144 (256 x 144) or 360 (640 x 360)",
+              "144");
+    AddChoice("--device", kDevices, m_options.device, "auto, cpu, gpu or npu", "auto");
     m_command
         ->add_option("--temporal", m_temporal, "Whether the process may skip frames that hardly changed: on or off")
-        ->check(CLI::IsMember({"on", "off"}))
+        ->check(CLI::IsMember({"on", "off"}).description(""))
         ->capture_default_str()
         ->group(kGroup);
     m_command->add_option("--engine-dir", m_options.engineFolder, "Folder of hvq.dll; velmo's own by default")
@@ -134,21 +137,23 @@ void RunArguments::AddEngine() {
 void RunArguments::AddPace() {
     constexpr char kGroup[] = "At which pace";
     m_command->add_option("--frames-in-flight", m_options.framesInFlight, "Most frames on their way at a time")
-        ->check(CLI::Range(1u, 5u))
+        ->check(CLI::Range(1u, 5u).description("1 to 5"))
         ->capture_default_str()
         ->group(kGroup);
     m_command
         ->add_option_function<std::string>(
             "--fps", [this](const std::string& text) { m_options.fps = ParseRate(text); },
-            "Frames per second, such as 25 or 30000/1001; as fast as it goes by default. None is left out")
-        ->check(CLI::Validator(CheckRate, "RATE"))
+            "Frames per second, such as 25 or 30000/1001; else as fast as it goes")
+        ->check(CLI::Validator(CheckRate, ""))
         ->type_name("RATE")
         ->group(kGroup);
-    m_command->add_option("--frames", m_frames, "Stop after so many frames")->check(CLI::PositiveNumber)->group(kGroup);
-    m_command
-        ->add_option("--swap-at", m_swaps, "FRAME:DEVICE: ask for another engine before this frame; again for more")
-        ->check(CLI::Validator(CheckSwap, "FRAME:DEVICE"))
-        ->type_name("")
+    m_command->add_option("--frames", m_frames, "Stop after so many frames")
+        ->check(CLI::Range(std::uint64_t{1}, std::numeric_limits<std::uint64_t>::max()).description(""))
+        ->group(kGroup);
+    m_command->add_option("--swap-at", m_swaps, "Ask for an engine on another device before this frame; again for more")
+        ->check(CLI::Validator(CheckSwap, ""))
+        ->type_name("FRAME:DEVICE")
+        ->allow_extra_args(false)
         ->group(kGroup);
 }
 

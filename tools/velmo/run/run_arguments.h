@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,9 @@ class RunArguments {
     RunOptions Options() const;
 
  private:
+    template <class Value>
+    void AddChoice(const char* name, const std::map<std::string, Value>& choices, Value& value, const char* help,
+                   const char* usual);
     void AddOutputs();
     void AddEngine();
     void AddPace();

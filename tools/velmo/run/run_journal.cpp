@@ -32,6 +32,12 @@ void RunJournal::KeepSwap(const AskedSwap& swap) {
 void RunJournal::KeepEnd(const velmo_parent::ProcessEnd& end) {
     const std::lock_guard lock(m_mutex);
     m_end = end;
+    m_ended.notify_all();
+}
+
+bool RunJournal::AwaitEnd(std::chrono::milliseconds patience) {
+    std::unique_lock lock(m_mutex);
+    return m_ended.wait_for(lock, patience, [this] { return m_end.has_value(); });
 }
 
 std::vector<JournalEntry> RunJournal::Entries() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -36,6 +37,8 @@ class RunJournal {
     void KeepNotice(std::uint64_t frame, const velmo_parent::Notice& notice);
     void KeepSwap(const AskedSwap& swap);
     void KeepEnd(const velmo_parent::ProcessEnd& end);
+    // Until it is kept. False when the time ran out.
+    bool AwaitEnd(std::chrono::milliseconds patience);
 
     std::vector<JournalEntry> Entries() const;
     std::uint64_t EntriesLeftOut() const;
@@ -53,6 +56,7 @@ class RunJournal {
 
     const std::chrono::steady_clock::time_point m_begin;
     mutable std::mutex m_mutex;  // guards the rest
+    std::condition_variable m_ended;
     std::string m_latestLine;
     std::string m_latestError;
     std::string m_bringUpFailure;

@@ -82,7 +82,6 @@ class VideoRun {
     void JoinReader(std::thread& reader);
     RunOutcome OutcomeOfFrames();
     int Conclude(double bringUpSeconds, double seconds);
-    void WriteText(const std::string& name, const std::string& text) const;
 
     const RunOptions& m_options;
     const RunSurroundings& m_surroundings;
@@ -169,7 +168,9 @@ void VideoRun::RunFrames(velmo_parent::InferenceProcess& process, velmo_media::C
     submit.Run();
     Drain(process);
     m_device = process.DeviceInUse();
+    constexpr std::chrono::seconds kPatienceForTheEnd{10};
     (void)process.Stop();
+    (void)m_journal.AwaitEnd(kPatienceForTheEnd);  // where it ended by itself, it may be about to say so
     // What is not answered now never will be.
     belt.Close(Stage::Answer);
     while (!belt.AwaitClosed(Stage::Write, kLook))
@@ -201,13 +202,6 @@ RunOutcome VideoRun::OutcomeOfFrames() {
     return outcome;
 }
 
-void VideoRun::WriteText(const std::string& name, const std::string& text) const {
-    if (name.empty()) return;
-    const auto file = OpenTextFile(name, MayOverwrite());
-    *file << text;
-    FinishTextFile(*file, name);
-}
-
 // Writes the report, also of a run that failed, and tells how it went.
 int VideoRun::Conclude(double bringUpSeconds, double seconds) {
     RunOutcome outcome = OutcomeOfFrames();
@@ -221,8 +215,9 @@ int VideoRun::Conclude(double bringUpSeconds, double seconds) {
     bool isGood = outcome.state == velmo_report::RunState::Complete;
     if (!isGood) talk << "velmo: " << outcome.reason << "; what was written until then is kept" << std::endl;
     try {
-        WriteText(m_options.json, velmo_report::JsonText(report));
-        WriteText(m_options.report, velmo_report::HtmlReport(report));
+        if (!m_options.json.empty()) WriteTextFile(m_options.json, velmo_report::JsonText(report), MayOverwrite());
+        if (!m_options.report.empty())
+            WriteTextFile(m_options.report, velmo_report::HtmlReport(report), MayOverwrite());
     } catch (const std::exception& error) {
         talk << "velmo: " << error.what() << std::endl;
         isGood = false;

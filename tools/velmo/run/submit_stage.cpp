@@ -13,6 +13,7 @@ using velmo_parent::SubmitStatus;
 
 constexpr std::chrono::milliseconds kLook{50};
 constexpr std::chrono::milliseconds kRetry{10};
+constexpr std::chrono::seconds kPatienceForTheEnd{10};
 
 const char* TextOf(SubmitStatus status) {
     switch (status) {
@@ -97,6 +98,8 @@ bool SubmitStage::Submit(FrameSlot& slot) {
         const SubmitStatus status = m_process.Submit(frame, writer);
         if (status == SubmitStatus::Sent) return true;
         if (status != SubmitStatus::Full && status != SubmitStatus::Settling) {
+            // A process that has ended is about to say how.
+            if (status == SubmitStatus::NotRunning) (void)m_journal.AwaitEnd(kPatienceForTheEnd);
             m_stop.Raise(TextOf(status));
             return false;
         }

@@ -52,9 +52,10 @@ int RunCheckEngine(velmo_tool::CheckEngineOptions options) {
 [[noreturn]] void RunVideo(const velmo_run::RunOptions& options) {
     platform::SetBinaryStandardStreams();
     std::ios::sync_with_stdio(false);
-    const velmo_run::InterruptWatch watch;
+    std::optional<velmo_run::InterruptWatch> watch;
     velmo_run::RunSurroundings surroundings{{std::cin, std::cout}, std::cerr};
     if (platform::IsTerminal(platform::StandardStream::Error)) surroundings.progress = velmo_run::ProgressForm::Bar;
+    surroundings.beginWatching = [&watch] { watch.emplace(); };
     surroundings.interrupted = velmo_run::InterruptWatch::Interrupted;
     const int code = velmo_run::RunVideo(options, surroundings);
     std::cout.flush();

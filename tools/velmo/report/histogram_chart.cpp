@@ -42,13 +42,15 @@ std::string Marks(const Distribution& latency, const ChartAxis& axis) {
         const std::string text =
             std::string(mark.name) + " " + TickText(mark.value, 0.1) + (isBeyond ? " ms \u2192" : " ms");
         const double width = kCharacter * static_cast<double>(text.size());
-        const double left = std::min(x + 4, kRight - width);
+        const bool isRight = x + 4 + width <= kRight;
+        const double left = isRight ? x + 4 : x - 4 - width;
         std::size_t row = 0;
         while (row < 2 && free[row] > left)
             ++row;
         free[row] = left + width + 6;
         const double y = 14 + 14 * static_cast<double>(row);
-        svg += Line("mark", x, y + 3, x, kBottom) + Text("marktext", left, y, text);
+        svg += Line("mark", x, y + 3, x, kBottom);
+        svg += Text(isRight ? "marktext" : "marktext end", isRight ? x + 4 : x - 4, y, text);
     }
     return svg;
 }

@@ -101,6 +101,9 @@ void VideoRun::CheckOutputs() const {
     if (!m_options.output.empty() && m_options.output == m_options.masks) {
         throw RunError("composite and masks can't go to the same place");
     }
+    for (const std::string& file : {m_options.report, m_options.json, m_options.csv}) {
+        if (file == "-") throw RunError("pictures alone go to standard output: name a file for the rest");
+    }
     for (const std::string& output :
          {m_options.output, m_options.masks, m_options.report, m_options.json, m_options.csv})
         CheckOverwriting(output, MayOverwrite());
@@ -237,6 +240,7 @@ int VideoRun::Run() {
     constexpr std::size_t kMoreSlots = 3;
     m_reading = std::make_shared<ReadingSide>(OpenSource(m_options.input, m_surroundings.streams), model,
                                               m_options.framesInFlight + kMoreSlots);
+    m_surroundings.beginWatching();
     const velmo_media::VideoFormat& format = m_reading->source->Format();
     velmo_media::Compositor compositor(OpenBackground(m_options.background), format.pixels, format.size);
 

@@ -14,6 +14,8 @@ struct RunSurroundings {
     StandardStreams streams;
     std::ostream& talk;  // progress, the summary, and what went wrong
     ProgressForm progress = ProgressForm::Lines;
+    // Called once the input is open, before a process is started: until then an interrupt may end the program as it is.
+    std::function<void()> beginWatching = [] {};
     std::function<bool()> interrupted = [] { return false; };  // asked several times a second; any thread
 };
 

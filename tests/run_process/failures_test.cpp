@@ -151,7 +151,14 @@ TEST_F(RunFails, RatherThanOverwriteAFile) {
 TEST_F(RunFails, OnOutputsThatCannotBe) {
     m_options.output = m_options.masks = "-";
     EXPECT_EQ(RunFrames(2, Still), 1);
-    EXPECT_THAT(m_talk.Text(), HasSubstr("can't go to the same place"));
+    EXPECT_THAT(m_talk.Text(), HasSubstr("two outputs can't go to the same place, -"));
+    Put("clip.y4m", Clip(2));
+    m_options.input = m_options.output = At("clip.y4m");
+    m_options.force = true;
+    EXPECT_EQ(Run(), 1);
+    EXPECT_THAT(m_talk.Text(), HasSubstr("the input can't be an output, "));
+    EXPECT_EQ(process_tests::FileText(At("clip.y4m")), Clip(2));
+    m_options.input = "-";
     m_options.masks.clear();
     m_options.json = "-";
     EXPECT_EQ(RunFrames(2, Still), 1);

@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "run_fixture.h"
+#include "velmo_run/interrupt.h"
 
 namespace run_process_tests {
 namespace {
@@ -37,6 +38,20 @@ TEST_F(RunIsRobbed, OfItsProcessTellsItAndKeepsWhatWasWritten) {
     EXPECT_THAT(m_talk.Text(), HasSubstr("what was written until then is kept"));
     EXPECT_EQ(JsonAt("run.json").at("state"), "failed");
     EXPECT_THAT(FramesAt("masks.y4m"), SizeIs(JsonAt("run.json").at("frames").at("written").get<std::size_t>()));
+}
+
+// A terminal tells every program that runs on it of Ctrl-C, the process too.
+TEST_F(RunIsRobbed, NotByACtrlCThatTheProcessHearsAsWell) {
+    const velmo_run::InterruptWatch watch;
+    EXPECT_EQ(RunFrames(20,
+                        [this](std::uint64_t frame) {
+                            if (frame == 5) {
+                                EXPECT_EQ(::kill(ProcessId(), SIGINT), 0);
+                            }
+                            return Still(frame);
+                        }),
+              0)
+        << m_talk.Text();
 }
 
 }  // namespace

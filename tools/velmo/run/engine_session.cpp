@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds kLook{100};
 std::optional<velmo_parent::InitAnswer> AwaitAnswer(velmo_parent::InferenceProcess& process,
                                                     const std::function<bool()>& goesOn) {
     for (;;) {
-        if (const auto answer = process.AwaitInit(kLook)) return answer;
+        if (auto answer = process.AwaitInit(kLook)) return answer;
         if (process.State() != velmo_parent::ProcessState::Running || !goesOn()) return std::nullopt;
     }
 }

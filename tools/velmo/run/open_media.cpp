@@ -34,14 +34,19 @@ constexpr char kMagic[] = "YUV4MPEG2";
 
 class Y4mFileSource final : public velmo_media::FrameSource {
  public:
-    explicit Y4mFileSource(const std::string& name)
-        : m_stream(PathOf(name), std::ios::binary), m_reader(m_stream, name, BytesOf(name)) {}
+    explicit Y4mFileSource(const std::string& name) : m_stream(Opened(name)), m_reader(m_stream, name, BytesOf(name)) {}
 
     const velmo_media::VideoFormat& Format() const override { return m_reader.Format(); }
     std::optional<std::uint64_t> CountHint() const override { return m_reader.CountHint(); }
     bool Next(velmo_media::Picture& picture) override { return m_reader.Next(picture); }
 
  private:
+    static std::ifstream Opened(const std::string& name) {
+        std::ifstream stream(PathOf(name), std::ios::binary);
+        if (!stream) throw MediaError("can't open " + name);
+        return stream;
+    }
+
     // A pipe or a device has no length.
     static std::optional<std::uint64_t> BytesOf(const std::string& name) {
         std::error_code error;
@@ -126,6 +131,12 @@ void CheckOverwriting(const std::string& output, Overwriting overwriting) {
     std::error_code error;
     const fs::path path = PathOf(output);
     if (fs::is_regular_file(path, error)) throw MediaError(output + " is there already; --force overwrites it");
+}
+
+bool IsSamePlace(const std::string& input, const std::string& output) {
+    if (input == kStandardStream || output == kStandardStream) return false;
+    std::error_code error;
+    return fs::equivalent(PathOf(input), PathOf(output), error) && !error;
 }
 
 std::unique_ptr<velmo_media::FrameSink> OpenSink(const std::string& output, const velmo_media::VideoFormat& format,

@@ -31,6 +31,9 @@ SinkKind SinkKindOf(const std::string& output);
 // That nothing is overwritten unless that is allowed: throws when the file, or a PNG file in the folder, is there.
 void CheckOverwriting(const std::string& output, velmo_media::Overwriting overwriting);
 
+// Whether both are there, and the same file or folder.
+bool IsSamePlace(const std::string& input, const std::string& output);
+
 // The format is that of the pictures to come; for a Y4M stream of Rgb pictures they are converted.
 std::unique_ptr<velmo_media::FrameSink> OpenSink(const std::string& output, const velmo_media::VideoFormat& format,
                                                  velmo_media::Overwriting overwriting, const StandardStreams& streams);

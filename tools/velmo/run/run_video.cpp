@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "velmo_media/compositor.h"
 #include "velmo_media/media_error.h"
@@ -98,15 +99,19 @@ void VideoRun::CheckOutputs() const {
     for (const std::string& output : {m_options.output, m_options.masks}) {
         if (!output.empty()) (void)SinkKindOf(output);
     }
-    if (!m_options.output.empty() && m_options.output == m_options.masks) {
-        throw RunError("composite and masks can't go to the same place");
-    }
     for (const std::string& file : {m_options.report, m_options.json, m_options.csv}) {
         if (file == "-") throw RunError("pictures alone go to standard output: name a file for the rest");
     }
-    for (const std::string& output :
-         {m_options.output, m_options.masks, m_options.report, m_options.json, m_options.csv})
-        CheckOverwriting(output, MayOverwrite());
+    const std::vector<std::string> outputs = {m_options.output, m_options.masks, m_options.report, m_options.json,
+                                              m_options.csv};
+    for (auto output = outputs.begin(); output != outputs.end(); ++output) {
+        if (output->empty()) continue;
+        if (std::find(outputs.begin(), output, *output) != output) {
+            throw RunError("two outputs can't go to the same place, " + *output);
+        }
+        if (IsSamePlace(m_options.input, *output)) throw RunError("the input can't be an output, " + *output);
+        CheckOverwriting(*output, MayOverwrite());
+    }
 }
 
 void VideoRun::OpenOutputs() {

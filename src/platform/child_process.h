@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -33,6 +34,16 @@ enum class Lifetime {
     ThisProcess,
 };
 
+// The end of a pipe that a child writes to. Thread: one at a time; any.
+class ChildPipe {
+ public:
+    virtual ~ChildPipe() = default;
+
+    // Waits until there is something, and gives how many bytes were read into `buffer`; 0 when the child, and whoever
+    // it gave the pipe to, has closed it.
+    virtual std::size_t Read(void* buffer, std::size_t bytes) = 0;
+};
+
 // What to start.
 struct ChildStart {
     std::string program;      // path of the executable, UTF-8
@@ -43,6 +54,10 @@ struct ChildStart {
                                      // (Linux: /dev/null where this process has none)
     std::string standardErrorPath;   // the same; equal paths are one file that both write to in their order
     Lifetime lifetime = Lifetime::ItsOwn;
+    std::vector<std::string> arguments{};  // behind the command tail: each arrives as one, whatever is in it; UTF-8
+    std::string standardInputPath{};       // file to read; "" inherits the stream
+    // Out: where not null, the child's standard output is a pipe, and this becomes the end to read from.
+    std::unique_ptr<ChildPipe>* standardOutputPipe = nullptr;
 };
 
 // A started child. Destroying the object lets go of the child and does not end it (Linux: a child that has not
@@ -66,7 +81,7 @@ class ChildProcesses {
     virtual ~ChildProcesses() = default;
 
     // Null when the program can't be started; `error` then holds the system's own words for the reason.
-    // On Linux the whole command tail is the child's one argument, left out when it is empty.
+    // On Linux the whole command tail is one argument of the child's, left out when it is empty.
     virtual std::unique_ptr<ChildProcess> Start(const ChildStart& start, std::string& error) = 0;
 };
 

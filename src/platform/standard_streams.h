@@ -18,4 +18,11 @@ class StandardStreams {
 // The operating system's own.
 StandardStreams& SystemStandardStreams();
 
+// From now on the bytes of standard input and output are what they are (Windows would take line ends and the end mark
+// for something else). Before the first of them.
+void SetBinaryStandardStreams();
+
+// Whether a person reads what goes to this stream.
+bool IsTerminal(StandardStream stream);
+
 }  // namespace platform

@@ -7,7 +7,7 @@
 #include "draw_scenes_tool/picture_size.h"
 #include "draw_scenes_tool/sheet.h"
 #include "draw_scenes_tool/training_stream.h"
-#include "platform/binary_output.h"
+#include "platform/standard_streams.h"
 
 namespace {
 
@@ -16,7 +16,7 @@ constexpr int kNoFile = 2;
 
 class StandardOutput final : public draw_scenes::ByteSink {
  public:
-    StandardOutput() { platform::UseBinaryOutput(); }
+    StandardOutput() { platform::SetBinaryStandardStreams(); }
     bool Take(const std::string& bytes) override {
         return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0;
     }

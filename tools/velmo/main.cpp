@@ -9,6 +9,10 @@
 #include "platform/machine.h"
 #include "platform/module_files.h"
 #include "platform/process_setup.h"
+#include "platform/standard_streams.h"
+#include "velmo_run/interrupt.h"
+#include "velmo_run/run_arguments.h"
+#include "velmo_run/run_video.h"
 #include "velmo_tool/check/watched_check.h"
 #include "velmo_tool/check_engine.h"
 #include "velmo_tool/inspect.h"
@@ -21,10 +25,20 @@ int RunInspect(const std::string& id) {
     return velmo_tool::Inspect(id, platform::SystemKernelObjects(), std::cout, std::cerr);
 }
 
+std::optional<std::string> OwnFile() {
+    static const int kHere = 0;
+    return platform::SystemModuleFiles().FileOf(&kHere);
+}
+
+// With the separator at its end; "" when the system does not tell.
+std::string OwnFolder() {
+    const std::string file = OwnFile().value_or("");
+    return file.substr(0, file.find_last_of(platform::kPathSeparator) + 1);
+}
+
 // The texts of the request come as the command line has them.
 int RunCheckEngine(velmo_tool::CheckEngineOptions options) {
-    static const int kHere = 0;
-    const std::optional<std::string> program = platform::SystemModuleFiles().FileOf(&kHere);
+    const std::optional<std::string> program = OwnFile();
     if (!program) {
         std::cerr << "velmo: can't find its own file, to start itself again\n";
         return 1;
@@ -33,6 +47,26 @@ int RunCheckEngine(velmo_tool::CheckEngineOptions options) {
     options.request.libraryPath = velmo_tool::Utf8FromArgument(options.request.libraryPath);
     options.request.modelPath = velmo_tool::Utf8FromArgument(options.request.modelPath);
     return velmo_tool::CheckEngine(options, platform::SystemChildProcesses(), std::cout, std::cerr);
+}
+
+[[noreturn]] void RunVideo(const velmo_run::RunOptions& options) {
+    platform::SetBinaryStandardStreams();
+    std::ios::sync_with_stdio(false);
+    std::optional<velmo_run::InterruptWatch> watch;
+    velmo_run::RunSurroundings surroundings{{std::cin, std::cout}, std::cerr};
+    if (platform::IsTerminal(platform::StandardStream::Error)) surroundings.progress = velmo_run::ProgressForm::Bar;
+    surroundings.beginWatching = [&watch] { watch.emplace(); };
+    surroundings.interrupted = velmo_run::InterruptWatch::Interrupted;
+    const int code = velmo_run::RunVideo(options, surroundings);
+    std::cout.flush();
+    platform::EndProcess(code);  // a thread may stand in a read
+}
+
+// A run's exit codes tell a wrong command line from a video that failed.
+int ExitCodeOf(const CLI::ParseError& error, const CLI::App& app, bool isRun) {
+    constexpr int kUsage = 2;
+    const int code = app.exit(error);
+    return isRun && code != 0 ? kUsage : code;
 }
 
 }  // namespace
@@ -85,7 +119,14 @@ int main(int argc, char** argv) {
 
     CLI::App* const worker = app.add_subcommand(velmo_tool::kCheckWorkerCommand)->group("");
 
-    CLI11_PARSE(app, argc, argv);
+    const velmo_run::RunArguments run(app, OwnFolder());
+
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        return ExitCodeOf(error, app, argc > 1 && std::string(argv[1]) == "run");
+    }
+    if (run) RunVideo(run.Options());
     if (*worker) return velmo_tool::RunCheckWorker();
     if (*inspect) return RunInspect(id);
     const auto form = json ? velmo_tool::ReportForm::Json : velmo_tool::ReportForm::Table;

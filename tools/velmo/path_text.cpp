@@ -19,6 +19,10 @@ std::string Utf8FromArgument(const std::string& argument) {
     return WithoutTerminator(infra::WideToUtf8(wide));
 }
 
+std::string ArgumentFromUtf8(const std::string& text) {
+    return WithoutTerminator(infra::WideToUtf8(infra::Utf8ToWide(text), platform::CodePage::System));
+}
+
 std::filesystem::path PathFromUtf8(const std::string& text) {
     return std::u8string(text.begin(), text.end());
 }

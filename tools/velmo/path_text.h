@@ -9,6 +9,9 @@ namespace velmo_tool {
 // From a word of the command line, which comes in the system's code page.
 std::string Utf8FromArgument(const std::string& argument);
 
+// The other way round.
+std::string ArgumentFromUtf8(const std::string& text);
+
 std::filesystem::path PathFromUtf8(const std::string& text);
 std::wstring WideFromUtf8(const std::string& text);
 std::string PathToUtf8(const std::filesystem::path& path);

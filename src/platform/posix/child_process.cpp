@@ -133,9 +133,26 @@ class SpawnedChild final : public ChildProcess {
 
 // Where one of the child's streams leads.
 struct StreamPlan {
-    enum class Kind { AsItIs, Null, File, SameAsOutput };
+    enum class Kind { AsItIs, Null, File, FileToRead, SameAsOutput, Descriptor };
     Kind kind = Kind::AsItIs;
     const char* path = nullptr;  // of a file
+    int descriptor = -1;         // above the streams
+};
+
+class PipeEnd final : public ChildPipe {
+ public:
+    explicit PipeEnd(UniqueDescriptor descriptor) : m_descriptor(std::move(descriptor)) {}
+
+    std::size_t Read(void* buffer, std::size_t bytes) override {
+        ssize_t count = 0;
+        do {
+            count = ::read(m_descriptor.Get(), buffer, bytes);
+        } while (count == -1 && errno == EINTR);
+        return count > 0 ? static_cast<std::size_t>(count) : 0;
+    }
+
+ private:
+    UniqueDescriptor m_descriptor;
 };
 
 // Everything that the child needs between its making and the new program. Made before, since the child may do next to
@@ -152,12 +169,12 @@ struct SpawnPlan {
 // A child never starts with a stream closed, since its first file would get that number and what it prints.
 StreamPlan Inherited(int stream) {
     const int flags = ::fcntl(stream, F_GETFD);
-    return {flags != -1 && (flags & FD_CLOEXEC) == 0 ? StreamPlan::Kind::AsItIs : StreamPlan::Kind::Null, nullptr};
+    return {flags != -1 && (flags & FD_CLOEXEC) == 0 ? StreamPlan::Kind::AsItIs : StreamPlan::Kind::Null, nullptr, -1};
 }
 
 StreamPlan To(int stream, const std::string& path) {
     if (path.empty()) return Inherited(stream);
-    return {StreamPlan::Kind::File, path.c_str()};
+    return {StreamPlan::Kind::File, path.c_str(), -1};
 }
 
 // In the child. False, with the reason in errno.
@@ -169,6 +186,11 @@ bool SetUpStream(int stream, const StreamPlan& plan) {
             return true;
         case StreamPlan::Kind::SameAsOutput:
             return ::dup2(STDOUT_FILENO, stream) != -1;
+        case StreamPlan::Kind::Descriptor:
+            return ::dup2(plan.descriptor, stream) != -1;
+        case StreamPlan::Kind::FileToRead:
+            opened = ::open(plan.path, O_RDONLY);
+            break;
         case StreamPlan::Kind::Null:
             opened = ::open("/dev/null", O_RDWR);
             break;
@@ -333,6 +355,7 @@ class SpawnedChildren final : public ChildProcesses {
     static int SpawnAs(const ChildStart& start, pid_t& id) {
         std::vector<std::string> arguments = {start.program};
         if (!start.commandTail.empty()) arguments.push_back(start.commandTail);
+        arguments.insert(arguments.end(), start.arguments.begin(), start.arguments.end());
         std::vector<std::string> environment = MergedEnvironment(start.environment);
         const std::vector<char*> argumentPointers = PointersTo(arguments);
         const std::vector<char*> environmentPointers = PointersTo(environment);
@@ -344,11 +367,26 @@ class SpawnedChildren final : public ChildProcesses {
         plan.streams = {Inherited(STDIN_FILENO), To(STDOUT_FILENO, start.standardOutputPath),
                         To(STDERR_FILENO, start.standardErrorPath)};
         if (!start.standardErrorPath.empty() && start.standardErrorPath == start.standardOutputPath) {
-            plan.streams[STDERR_FILENO] = {StreamPlan::Kind::SameAsOutput, nullptr};
+            plan.streams[STDERR_FILENO] = {StreamPlan::Kind::SameAsOutput, nullptr, -1};
+        }
+        if (!start.standardInputPath.empty()) {
+            plan.streams[STDIN_FILENO] = {StreamPlan::Kind::FileToRead, start.standardInputPath.c_str(), -1};
+        }
+        UniqueDescriptor writing;
+        UniqueDescriptor reading;
+        if (start.standardOutputPipe != nullptr) {
+            std::array<int, 2> ends{};
+            if (::pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
+            reading = AboveStreams(UniqueDescriptor(ends[0]));
+            writing = AboveStreams(UniqueDescriptor(ends[1]));
+            if (!reading || !writing) return errno;
+            plan.streams[STDOUT_FILENO] = {StreamPlan::Kind::Descriptor, nullptr, writing.Get()};
         }
         plan.endsWithParent = start.lifetime == Lifetime::ThisProcess;
         plan.parent = ::getpid();
-        return Spawn(plan, id);
+        const int failure = Spawn(plan, id);
+        if (failure == 0 && reading) *start.standardOutputPipe = std::make_unique<PipeEnd>(std::move(reading));
+        return failure;
     }
 };
 

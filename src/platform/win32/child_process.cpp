@@ -84,11 +84,44 @@ UniqueHandle InheritableStream(DWORD stream) {
     return UniqueHandle(copy);
 }
 
-UniqueHandle InheritableFile(const std::string& path) {
+// `access` is GENERIC_WRITE, for a file that is made or emptied, or GENERIC_READ, for one that is there.
+UniqueHandle InheritableFile(const std::string& path, DWORD access) {
     SECURITY_ATTRIBUTES attributes{sizeof(attributes), nullptr, TRUE};
     constexpr DWORD kSharing = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-    return UniqueHandle(::CreateFileW(ToWide(CP_UTF8, path).c_str(), GENERIC_WRITE, kSharing, &attributes,
-                                      CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    return UniqueHandle(::CreateFileW(ToWide(CP_UTF8, path).c_str(), access, kSharing, &attributes,
+                                      access == GENERIC_READ ? OPEN_EXISTING : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL,
+                                      nullptr));
+}
+
+class PipeEnd final : public ChildPipe {
+ public:
+    explicit PipeEnd(UniqueHandle handle) : m_handle(std::move(handle)) {}
+
+    std::size_t Read(void* buffer, std::size_t bytes) override {
+        constexpr std::size_t kMost = 1U << 20;
+        DWORD count = 0;
+        // Fails once nobody holds the other end.
+        const BOOL done =
+            ::ReadFile(m_handle.Get(), buffer, static_cast<DWORD>(bytes < kMost ? bytes : kMost), &count, nullptr);
+        return done != 0 ? count : 0;
+    }
+
+ private:
+    UniqueHandle m_handle;
+};
+
+// One argument as the runtime of the started program takes command lines apart: backslashes count as such unless a
+// quote follows, which ends their run.
+std::wstring Quoted(const std::wstring& argument) {
+    std::wstring quoted = L" \"";
+    std::size_t backslashes = 0;
+    for (const wchar_t one : argument) {
+        if (one == L'"') quoted.append(backslashes + 1, L'\\');
+        backslashes = one == L'\\' ? backslashes + 1 : 0;
+        quoted += one;
+    }
+    quoted.append(backslashes, L'\\');
+    return quoted + L'"';
 }
 
 // What the system is told of a child beyond its parameters: a list of attributes. Their values have to live until the
@@ -133,21 +166,27 @@ class ChildStreams {
  public:
     // False when a file can't be made or the system refuses; the reason is in GetLastError.
     bool Open(const ChildStart& start) {
-        m_input = InheritableStream(STD_INPUT_HANDLE);
+        const bool inputFromFile = !start.standardInputPath.empty();
+        m_input = inputFromFile ? InheritableFile(start.standardInputPath, GENERIC_READ)
+                                : InheritableStream(STD_INPUT_HANDLE);
+        if (inputFromFile && !m_input) return false;
+        if (start.standardOutputPipe != nullptr) {
+            if (!OpenPipe() || !OpenError(start)) return false;
+            ListHandles();
+            return true;
+        }
         const bool outputToFile = !start.standardOutputPath.empty();
-        const bool errorToFile = !start.standardErrorPath.empty();
-        m_output = outputToFile ? InheritableFile(start.standardOutputPath) : InheritableStream(STD_OUTPUT_HANDLE);
+        m_output = outputToFile ? InheritableFile(start.standardOutputPath, GENERIC_WRITE)
+                                : InheritableStream(STD_OUTPUT_HANDLE);
         if (outputToFile && !m_output) return false;
-        m_sameFile = errorToFile && start.standardErrorPath == start.standardOutputPath;
-        if (!m_sameFile) {
-            m_error = errorToFile ? InheritableFile(start.standardErrorPath) : InheritableStream(STD_ERROR_HANDLE);
-            if (errorToFile && !m_error) return false;
-        }
-        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
-            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
-        }
+        m_sameFile = outputToFile && start.standardErrorPath == start.standardOutputPath;
+        if (!m_sameFile && !OpenError(start)) return false;
+        ListHandles();
         return true;
     }
+
+    // The end to read from, where there is a pipe.
+    UniqueHandle TakePipe() { return std::move(m_pipe); }
 
     // Whether there is any handle to hand over.
     bool Any() const { return m_count > 0; }
@@ -170,9 +209,34 @@ class ChildStreams {
         return handle && (reinterpret_cast<std::uintptr_t>(handle.Get()) & 3U) != 3U;
     }
 
+    bool OpenError(const ChildStart& start) {
+        const bool errorToFile = !start.standardErrorPath.empty();
+        m_error =
+            errorToFile ? InheritableFile(start.standardErrorPath, GENERIC_WRITE) : InheritableStream(STD_ERROR_HANDLE);
+        return m_error || !errorToFile;
+    }
+
+    bool OpenPipe() {
+        SECURITY_ATTRIBUTES attributes{sizeof(attributes), nullptr, TRUE};
+        HANDLE reading = nullptr;
+        HANDLE writing = nullptr;
+        constexpr DWORD kBufferBytes = 1U << 16;
+        if (::CreatePipe(&reading, &writing, &attributes, kBufferBytes) == 0) return false;
+        m_pipe = UniqueHandle(reading);
+        m_output = UniqueHandle(writing);
+        return ::SetHandleInformation(reading, HANDLE_FLAG_INHERIT, 0) != 0;
+    }
+
+    void ListHandles() {
+        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
+            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
+        }
+    }
+
     UniqueHandle m_input;
     UniqueHandle m_output;
     UniqueHandle m_error;
+    UniqueHandle m_pipe;  // the child does not get it
     bool m_sameFile = false;
     std::array<HANDLE, 3> m_handles{};
     std::size_t m_count = 0;
@@ -212,6 +276,9 @@ class CreatedChildren final : public ChildProcesses {
         if (isTied && (job = Job()) == nullptr) return refuse("the job for it: ", ::GetLastError());
         const DWORD failure = Create(start, streams, job, created);
         if (failure != ERROR_SUCCESS) return refuse("", failure);
+        if (start.standardOutputPipe != nullptr) {
+            *start.standardOutputPipe = std::make_unique<PipeEnd>(streams.TakePipe());
+        }
         const UniqueHandle thread(created.hThread);
         auto child = std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
         if (isTied) {
@@ -248,6 +315,8 @@ class CreatedChildren final : public ChildProcesses {
         const std::wstring program = ToWide(CP_UTF8, start.program);
         std::wstring commandLine = L"\"" + program + L"\"";
         if (!start.commandTail.empty()) commandLine += L" " + ToWide(CP_THREAD_ACP, start.commandTail);
+        for (const std::string& argument : start.arguments)
+            commandLine += Quoted(ToWide(CP_UTF8, argument));
         std::wstring environment = MergedEnvironment(start.environment);
         STARTUPINFOEXW info{};
         info.StartupInfo.cb = sizeof(info);

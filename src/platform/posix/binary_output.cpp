@@ -1,7 +1,0 @@
-#include "platform/binary_output.h"
-
-namespace platform {
-
-void UseBinaryOutput() {}  // there is no other kind here
-
-}  // namespace platform

@@ -1,0 +1,81 @@
+#include "velmo_media/png_codec.h"
+
+#define STBI_ONLY_PNG
+#define STBI_NO_STDIO
+#define STBI_MAX_DIMENSIONS 16384
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#include <stb/stb_image.h>
+#define STBI_WRITE_NO_STDIO
+#define STB_IMAGE_WRITE_STATIC
+#define STB_IMAGE_WRITE_IMPLEMENTATION
+#include <stb/stb_image_write.h>
+
+#include <cstddef>
+#include <limits>
+#include <memory>
+
+#include "velmo_media/media_error.h"
+
+namespace velmo_media {
+namespace {
+
+static_assert(STBI_MAX_DIMENSIONS == kMostSide);
+
+struct FreeImage {
+    void operator()(stbi_uc* pixels) const { stbi_image_free(pixels); }
+};
+
+void Append(void* file, void* data, int size) {
+    auto& bytes = *static_cast<std::vector<std::uint8_t>*>(file);
+    const auto* const begin = static_cast<const std::uint8_t*>(data);
+    bytes.insert(bytes.end(), begin, begin + size);
+}
+
+}  // namespace
+
+Picture DecodePng(std::span<const std::uint8_t> file) {
+    constexpr int kChannels = 3;
+    if (file.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
+        throw MediaError("it is too large for a PNG file");
+    }
+    const auto bytes = static_cast<int>(file.size());
+    int width = 0;
+    int height = 0;
+    int channels = 0;
+    if (stbi_info_from_memory(file.data(), bytes, &width, &height, &channels) == 0) {
+        throw MediaError(std::string("it is no PNG file that can be read (") + stbi_failure_reason() + ")");
+    }
+    const Size size{static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height)};
+    if (size.Area() > kMostArea) throw MediaError("it has too many pixels");
+    const std::unique_ptr<stbi_uc, FreeImage> pixels(
+        stbi_load_from_memory(file.data(), bytes, &width, &height, &channels, kChannels));
+    if (!pixels) throw MediaError(std::string("it is no PNG file that can be read (") + stbi_failure_reason() + ")");
+
+    Picture picture({ColourModel::Rgb, 0, 0, ColourRange::Full}, size);
+    for (std::size_t plane = 0; plane < kChannels; ++plane) {
+        const auto target = picture.Plane(plane);
+        for (std::size_t at = 0; at < target.size(); ++at)
+            target[at] = pixels.get()[at * kChannels + plane];
+    }
+    return picture;
+}
+
+void EncodePng(const Picture& picture, std::vector<std::uint8_t>& file) {
+    const Size size = picture.Dimensions();
+    const std::size_t channels = picture.Format().PlaneCount();
+    std::vector<std::uint8_t> pixels(size.Area() * channels);
+    for (std::size_t plane = 0; plane < channels; ++plane) {
+        const auto source = picture.Plane(plane);
+        for (std::size_t at = 0; at < source.size(); ++at)
+            pixels[at * channels + plane] = source[at];
+    }
+    file.clear();
+    const auto width = static_cast<int>(size.width);
+    const auto done =
+        stbi_write_png_to_func(Append, &file, width, static_cast<int>(size.height), static_cast<int>(channels),
+                               pixels.data(), width * static_cast<int>(channels));
+    if (done == 0) throw MediaError("it can't be made a PNG file");
+}
+
+}  // namespace velmo_media

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <stdexcept>
+
+namespace velmo_run {
+
+// A run can't begin or can't go on; the text says why, for a person.
+class RunError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace velmo_run

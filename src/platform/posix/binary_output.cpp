@@ -1,0 +1,7 @@
+#include "platform/binary_output.h"
+
+namespace platform {
+
+void UseBinaryOutput() {}  // there is no other kind here
+
+}  // namespace platform

@@ -13,20 +13,13 @@ from batches import Batches
 from families import Network
 from losses import face_loss, gesture_loss, mask_loss
 from scenes import Scenes
+from take_over import take_over
 
 
 def save(path, value):
     """Writes a file whole or not at all."""
     torch.save(value, path + ".part")
     os.replace(path + ".part", path)
-
-
-def take_over(state, network):
-    """Starts from another network's weights, as far as they fit: the two sizes differ in the first and the last
-    convolutions, which keep their own values."""
-    own = network.state_dict()
-    own.update({name: value for name, value in state.items() if name in own and own[name].shape == value.shape})
-    network.load_state_dict(own)
 
 
 def average(kept, network, share):

@@ -125,6 +125,8 @@ void Illuminate(Canvas& canvas, Random& random, const Light& light, Point shift)
     const float patches = random.Chance(0.4F) ? random.Between(0.05F, 0.3F) : 0.0F;
     const float scale = random.Between(0.4F, 1.2F);
     const Point offset{random.Unit() * 32.0F, random.Unit() * 32.0F};
+    const float grain = random.Chance(0.35F) ? random.Between(0.02F, 0.18F) : 0.0F;
+    const float grainScale = random.Between(3.0F, 16.0F);
     const float level = light.ambient + light.strength * 0.6F;
     const ValueNoise& noise = ValueNoise::Instance();
     const float step = 1.0F / static_cast<float>(canvas.Height());
@@ -135,6 +137,8 @@ void Illuminate(Canvas& canvas, Random& random, const Light& light, Point shift)
             const float px = (static_cast<float>(x) + 0.5F) * step - shift.x;
             float strength = level * (1.0F + light.sideways * (px / canvas.Aspect() - 0.5F) * 2.0F);
             if (patches > 0.0F) strength *= 1.0F + patches * noise.SoftAt(px * scale + offset.x, py * scale + offset.y);
+            if (grain > 0.0F)
+                strength *= 1.0F + grain * noise.At(px * grainScale + offset.y, py * grainScale + offset.x);
             row[x].colour = row[x].colour * light.tint * strength;
         }
     }

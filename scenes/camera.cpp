@@ -1,5 +1,6 @@
 #include "velmo_scenes/camera.h"
 
+#include <algorithm>
 #include <array>
 #include <vector>
 
@@ -24,61 +25,98 @@ const std::vector<float>& Grains() {
     return grains;
 }
 
-// Box filter over `count` texels that stand `stride` apart, by a running sum.
-void Smooth(Texel* line, int count, std::size_t stride, int radius, std::vector<Colour>& scratch) {
-    const float weight = 1.0F / static_cast<float>(2 * radius + 1);
-    const auto at = [&](int i) -> Colour& {
-        const int inside = i < 0 ? 0 : i >= count ? count - 1 : i;
-        return line[static_cast<std::size_t>(inside) * stride].colour;
-    };
-    Colour sum;
-    for (int i = -radius; i <= radius; ++i)
-        sum = sum + at(i);
-    for (int i = 0; i < count; ++i) {
-        scratch[static_cast<std::size_t>(i)] = sum * weight;
-        sum = sum + at(i + radius + 1) + at(i - radius) * -1.0F;
+// The lines of a canvas that a blur goes along: its rows, or its columns, several at a time so that memory is read in
+// order.
+struct Lines {
+    Texel* first;
+    int steps;               // along the blur
+    std::size_t stepStride;  // texels from one to the next
+    int lanes;               // side by side, each a line of its own
+    Texel& At(int step, int lane) const {
+        const int inside = step < 0 ? 0 : step >= steps ? steps - 1 : step;
+        return first[static_cast<std::size_t>(inside) * stepStride + static_cast<std::size_t>(lane)];
     }
-    for (int i = 0; i < count; ++i)
-        at(i) = scratch[static_cast<std::size_t>(i)];
+};
+
+// Box filter by a running sum.
+void Smooth(const Lines& lines, int radius, std::vector<Colour>& scratch) {
+    const float weight = 1.0F / static_cast<float>(2 * radius + 1);
+    const auto lanes = static_cast<std::size_t>(lines.lanes);
+    scratch.assign(lanes * (static_cast<std::size_t>(lines.steps) + 1U), Colour{});
+    Colour* const sums = scratch.data();
+    for (int i = -radius; i <= radius; ++i) {
+        for (int lane = 0; lane < lines.lanes; ++lane)
+            sums[lane] = sums[lane] + lines.At(i, lane).colour;
+    }
+    for (int i = 0; i < lines.steps; ++i) {
+        Colour* const out = sums + lanes * (static_cast<std::size_t>(i) + 1U);
+        for (int lane = 0; lane < lines.lanes; ++lane) {
+            out[lane] = sums[lane] * weight;
+            sums[lane] = sums[lane] + lines.At(i + radius + 1, lane).colour + lines.At(i - radius, lane).colour * -1.0F;
+        }
+    }
+    for (int i = 0; i < lines.steps; ++i) {
+        const Colour* const out = sums + lanes * (static_cast<std::size_t>(i) + 1U);
+        for (int lane = 0; lane < lines.lanes; ++lane)
+            lines.At(i, lane).colour = out[lane];
+    }
 }
 
 // Three neighbours with a share for the outer two: less than any box does.
-void Soften(Texel* line, int count, std::size_t stride, float share) {
+void Soften(const Lines& lines, float share, std::vector<Colour>& scratch) {
     const float middle = 1.0F - 2.0F * share;
-    Colour before = line[0].colour;
-    for (int i = 0; i < count; ++i) {
-        Texel& texel = line[static_cast<std::size_t>(i) * stride];
-        const Colour here = texel.colour;
-        const Colour after = i + 1 < count ? line[static_cast<std::size_t>(i + 1) * stride].colour : here;
-        texel.colour = here * middle + (before + after) * share;
-        before = here;
+    scratch.resize(static_cast<std::size_t>(lines.lanes));
+    Colour* const before = scratch.data();
+    for (int lane = 0; lane < lines.lanes; ++lane)
+        before[lane] = lines.At(0, lane).colour;
+    for (int i = 0; i < lines.steps; ++i) {
+        for (int lane = 0; lane < lines.lanes; ++lane) {
+            Texel& texel = lines.At(i, lane);
+            const Colour here = texel.colour;
+            texel.colour = here * middle + (before[lane] + lines.At(i + 1, lane).colour) * share;
+            before[lane] = here;
+        }
     }
 }
 
 // `deviation` in pixels.
-void BlurLine(Texel* line, int count, std::size_t stride, float deviation, std::vector<Colour>& scratch) {
+void BlurAlong(const Lines& lines, float deviation, std::vector<Colour>& scratch) {
     const float variance = deviation * deviation;
     if (variance < 1.2F) {
         const int passes = variance > 0.5F ? 2 : 1;
         for (int i = 0; i < passes; ++i)
-            Soften(line, count, stride, Lower(0.5F * variance / static_cast<float>(passes), 0.33F));
+            Soften(lines, Lower(0.5F * variance / static_cast<float>(passes), 0.33F), scratch);
         return;
     }
     // Two boxes of width w have a variance of (w * w - 1) / 6.
     const int radius = static_cast<int>(0.5F * (Root(6.0F * variance + 1.0F) - 1.0F) + 0.5F);
     for (int i = 0; i < 2; ++i)
-        Smooth(line, count, stride, radius < 1 ? 1 : radius, scratch);
+        Smooth(lines, radius < 1 ? 1 : radius, scratch);
 }
 
-float Tone(float value, const Camera& camera) {
-    float v = Clamp01(value);
-    v += camera.contrast * v * (1.0F - v) * (2.0F * v - 1.0F);
-    v += camera.bend * v * (1.0F - v);
-    return camera.haze + v * (1.0F - camera.haze);
-}
+// The curve from the light on the sensor to what is shown.
+class ToneCurve {
+ public:
+    explicit ToneCurve(const Camera& camera) {
+        for (std::size_t i = 0; i < m_values.size(); ++i) {
+            float v = static_cast<float>(i) * (1.0F / kSteps);
+            v += camera.contrast * v * (1.0F - v) * (2.0F * v - 1.0F);
+            v += camera.bend * v * (1.0F - v);
+            m_values[i] = camera.haze + v * (1.0F - camera.haze);
+        }
+    }
+    float At(float value) const {
+        const int step = static_cast<int>(value * kSteps + 0.5F);
+        return m_values[static_cast<std::size_t>(std::clamp(step, 0, 2047))];
+    }
+
+ private:
+    static constexpr float kSteps = 2047.0F;
+    std::array<float, 2048> m_values;
+};
 
 std::uint8_t Byte(float value) {
-    return static_cast<std::uint8_t>(Clamp01(value) * 255.0F + 0.5F);
+    return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value * 255.0F + 0.5F), 0, 255));
 }
 
 }  // namespace
@@ -102,6 +140,7 @@ Camera DrawCamera(Random& random) {
     camera.blotchy = random.Chance(0.35F);
     camera.compression = random.Chance(0.4F) ? random.Between(0.05F, 1.0F) : 0.0F;
     camera.unrest = random.Chance(0.1F) ? random.Between(0.002F, 0.015F) : 0.0F;
+    camera.flicker = random.Chance(0.12F) ? random.Between(0.03F, 0.2F) : 0.0F;
     if (random.Chance(0.08F)) {  // a dark room
         camera.gain = camera.gain * random.Between(0.25F, 0.6F);
         camera.noise += random.Between(0.01F, 0.03F);
@@ -112,16 +151,13 @@ Camera DrawCamera(Random& random) {
 void Blur(Canvas& canvas, float across, float down) {
     const auto height = static_cast<float>(canvas.Height());
     const auto width = static_cast<std::size_t>(canvas.Width());
-    std::vector<Colour> scratch(
-        width > static_cast<std::size_t>(canvas.Height()) ? width : static_cast<std::size_t>(canvas.Height()));
+    std::vector<Colour> scratch;
     if (across * height > 0.15F) {
         for (int y = 0; y < canvas.Height(); ++y)
-            BlurLine(canvas.Row(y), canvas.Width(), 1, across * height, scratch);
+            BlurAlong({canvas.Row(y), canvas.Width(), 1, 1}, across * height, scratch);
     }
-    if (down * height > 0.15F) {
-        for (int x = 0; x < canvas.Width(); ++x)
-            BlurLine(canvas.Row(0) + x, canvas.Height(), width, down * height, scratch);
-    }
+    if (down * height > 0.15F)
+        BlurAlong({canvas.Row(0), canvas.Height(), width, canvas.Width()}, down * height, scratch);
 }
 
 void Develop(Canvas& canvas, const Camera& camera, std::uint64_t noiseSeed, Frame& frame) {
@@ -133,6 +169,7 @@ void Develop(Canvas& canvas, const Camera& camera, std::uint64_t noiseSeed, Fram
     frame.rgb.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 3U);
     frame.mask.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
     const std::vector<float>& grains = Grains();
+    const ToneCurve tone(camera);
     std::size_t pixel = 0;
     for (int y = 0; y < height; ++y) {
         const Texel* const row = canvas.Row(y);
@@ -148,9 +185,9 @@ void Develop(Canvas& canvas, const Camera& camera, std::uint64_t noiseSeed, Fram
             c = Mix(Colour{grey, grey, grey}, c, camera.saturation);
             const float* const g = grain + static_cast<std::size_t>(camera.blotchy ? x / 2 : x) % 4096U * 3U;
             const float common = 0.6F * g[0];
-            frame.rgb[pixel * 3U] = Byte(Tone(c.r, camera) + camera.noise * (common + 0.5F * g[1]));
-            frame.rgb[pixel * 3U + 1U] = Byte(Tone(c.g, camera) + camera.noise * (common + 0.4F * g[2]));
-            frame.rgb[pixel * 3U + 2U] = Byte(Tone(c.b, camera) + camera.noise * (common - 0.6F * g[1]));
+            frame.rgb[pixel * 3U] = Byte(tone.At(c.r) + camera.noise * (common + 0.5F * g[1]));
+            frame.rgb[pixel * 3U + 1U] = Byte(tone.At(c.g) + camera.noise * (common + 0.4F * g[2]));
+            frame.rgb[pixel * 3U + 2U] = Byte(tone.At(c.b) + camera.noise * (common - 0.6F * g[1]));
             frame.mask[pixel] = Byte(row[x].cover);
         }
     }

@@ -21,6 +21,7 @@ struct Camera {
     float noise = 0.0F;        // of the sensor, 1 is white
     bool blotchy = false;      // noise that is wider than a pixel
     float compression = 0.0F;  // 0 none, 1 heavy blocks
+    float flicker = 0.0F;      // of the brightness, as time goes on
     float unrest = 0.0F;       // how far the hand that holds it shakes
 };
 

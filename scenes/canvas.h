@@ -74,12 +74,15 @@ class Canvas {
         const Range range = PixelsOf(at, box);
         const float perPixel = 1.0F / (static_cast<float>(m_height) * at.scale);
         const float sharpness = 1.0F / Higher(soft, perPixel);
+        const float pixel = 1.0F / static_cast<float>(m_height);
+        const float c = at.cosine / at.scale;
+        const float s = at.sine / at.scale;
         for (int y = range.top; y < range.bottom; ++y) {
             Texel* const row = Row(y);
-            const float py = (static_cast<float>(y) + 0.5F) / static_cast<float>(m_height) - at.origin.y;
+            const float py = (static_cast<float>(y) + 0.5F) * pixel - at.origin.y;
             for (int x = range.left; x < range.right; ++x) {
-                const float px = (static_cast<float>(x) + 0.5F) / static_cast<float>(m_height) - at.origin.x;
-                const Point p{(at.cosine * px + at.sine * py) / at.scale, (at.cosine * py - at.sine * px) / at.scale};
+                const float px = (static_cast<float>(x) + 0.5F) * pixel - at.origin.x;
+                const Point p{c * px + s * py, c * py - s * px};
                 if (p.x < box.low.x || p.x > box.high.x || p.y < box.low.y || p.y > box.high.y) continue;
                 const Surface surface = shape(p);
                 const float cover = Clamp01(0.5F - surface.distance * sharpness) * opacity;
@@ -88,6 +91,45 @@ class Canvas {
                 texel.colour = Mix(texel.colour, shade(p, surface), cover);
                 if (role == Role::Person) texel.cover += (1.0F - texel.cover) * cover;
                 if (role == Role::Thing) texel.cover *= 1.0F - cover;
+            }
+        }
+    }
+
+    // Darkens what is there, around a shape whose outline is much wider than a few pixels: it's looked at in every
+    // fourth pixel only.
+    //   distance  float(Point): to the shape's outline
+    template <typename Distance>
+    void PaintShade(const Placing& at, const Box& box, float strength, float soft, Distance&& distance) {
+        constexpr int kStep = 4;
+        const Range range = PixelsOf(at, box);
+        const int columns = (range.right - range.left) / kStep + 2;
+        const float pixel = 1.0F / static_cast<float>(m_height);
+        const float c = at.cosine / at.scale;
+        const float s = at.sine / at.scale;
+        const auto fill = [&](int y, std::vector<float>& shades) {
+            const float py = (static_cast<float>(y) + 0.5F) * pixel - at.origin.y;
+            for (int i = 0; i < columns; ++i) {
+                const float px = (static_cast<float>(range.left + i * kStep) + 0.5F) * pixel - at.origin.x;
+                const float cover = Clamp01(0.5F - distance(Point{c * px + s * py, c * py - s * px}) / soft);
+                shades[static_cast<std::size_t>(i)] = cover * strength;
+            }
+        };
+        m_upper.resize(static_cast<std::size_t>(columns));
+        m_lower.resize(static_cast<std::size_t>(columns));
+        fill(range.top, m_lower);
+        for (int y = range.top; y < range.bottom; ++y) {
+            const int down = (y - range.top) % kStep;
+            if (down == 0) {
+                m_upper.swap(m_lower);
+                fill(y + kStep, m_lower);
+            }
+            Texel* const row = Row(y);
+            for (int x = range.left; x < range.right; ++x) {
+                const auto column = static_cast<std::size_t>((x - range.left) / kStep);
+                const float across = static_cast<float>((x - range.left) % kStep) * (1.0F / kStep);
+                const float upper = Mix(m_upper[column], m_upper[column + 1], across);
+                const float lower = Mix(m_lower[column], m_lower[column + 1], across);
+                row[x].colour = row[x].colour * (1.0F - Mix(upper, lower, static_cast<float>(down) * (1.0F / kStep)));
             }
         }
     }
@@ -118,6 +160,8 @@ class Canvas {
     int m_width = 0;
     int m_height = 0;
     std::vector<Texel> m_texels;
+    std::vector<float> m_upper;  // of PaintShade, for two of its rows
+    std::vector<float> m_lower;
 };
 
 }  // namespace scenes

@@ -56,12 +56,14 @@ Colour DrawSkinColour(Random& random) {
 }
 
 Colour DrawHairColour(Random& random) {
-    static constexpr std::array<Colour, 10> kHair{{{0.06F, 0.05F, 0.05F},
+    static constexpr std::array<Colour, 12> kHair{{{0.06F, 0.05F, 0.05F},
                                                    {0.10F, 0.08F, 0.07F},
                                                    {0.16F, 0.11F, 0.08F},
                                                    {0.25F, 0.16F, 0.10F},
                                                    {0.36F, 0.23F, 0.14F},
                                                    {0.48F, 0.32F, 0.18F},
+                                                   {0.20F, 0.13F, 0.09F},
+                                                   {0.11F, 0.09F, 0.09F},
                                                    {0.68F, 0.52F, 0.31F},
                                                    {0.85F, 0.72F, 0.48F},
                                                    {0.62F, 0.60F, 0.58F},

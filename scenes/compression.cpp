@@ -1,5 +1,6 @@
 #include "velmo_scenes/compression.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -77,7 +78,7 @@ Yuv ToYuv(const std::uint8_t* rgb) {
 }
 
 std::uint8_t Byte(float value) {
-    return static_cast<std::uint8_t>(Clamp(value, 0.0F, 255.0F) + 0.5F);
+    return static_cast<std::uint8_t>(std::clamp(static_cast<int>(value + 0.5F), 0, 255));
 }
 
 // Sixteen by sixteen pixels: four blocks of brightness and one of each colour difference.

@@ -10,13 +10,6 @@ namespace scenes {
 
 inline constexpr float kPi = 3.14159265F;
 
-// The lower bound first where the bounds cross or the value is no number.
-inline float Clamp(float value, float low, float high) {
-    return value > low ? (value < high ? value : high) : low;
-}
-inline float Clamp01(float value) {
-    return Clamp(value, 0.0F, 1.0F);
-}
 inline float Mix(float a, float b, float share) {
     return a + (b - a) * share;
 }
@@ -28,6 +21,12 @@ inline float Lower(float a, float b) {
 }
 inline float Higher(float a, float b) {
     return a > b ? a : b;
+}
+inline float Clamp(float value, float low, float high) {
+    return Lower(Higher(value, low), high);
+}
+inline float Clamp01(float value) {
+    return Clamp(value, 0.0F, 1.0F);
 }
 inline float Root(float value) {
     return value > 0.0F ? std::sqrt(value) : 0.0F;

@@ -193,12 +193,35 @@ void PaintLookalike(Canvas& canvas, Random& random, const Placing& at, float siz
         });
 }
 
+void PaintCoat(Canvas& canvas, Random& random, const Placing& at, float size) {
+    const Colour colour = DrawClothColour(random);
+    const Point offset{random.Unit() * 32.0F, random.Unit() * 32.0F};
+    const float length = random.Between(2.0F, 4.5F);
+    const float width = random.Between(0.9F, 1.5F);
+    const ValueNoise& noise = ValueNoise::Instance();
+    canvas.Paint(
+        at.Within({}, 0.0F, size), {{-2.6F, -0.7F}, {2.6F, length + 0.5F}}, Role::Thing, 1.0F, 0.0F,
+        [&](Point p) {
+            const Surface yoke =
+                Join(Capsule(p, {}, {-width, 0.5F}, 0.3F, 0.45F), Capsule(p, {}, {width, 0.5F}, 0.3F, 0.45F), 0.2F);
+            const Surface skirt{RoundedBox(p, {0.0F, length * 0.5F + 0.2F}, width + 0.1F, length * 0.5F, 0.2F),
+                                Clamp(p.x / (width + 0.1F), -1.0F, 1.0F), 0.0F};
+            const Surface sleeves =
+                Capsule({Absolute(p.x), p.y}, {width + 0.1F, 0.5F}, {width + 0.35F, length * 0.8F}, 0.4F, 0.3F);
+            return Join(Join(yoke, skirt, 0.3F), sleeves, 0.1F);
+        },
+        [&](Point p, const Surface& s) {
+            const float folds = noise.At(p.x * 1.5F + offset.x, p.y * 0.5F + offset.y);
+            return colour * (0.85F + 0.25F * s.leanX - 0.1F * s.leanY + 0.2F * folds);
+        });
+}
+
 void PaintAnything(Canvas& canvas, Random& random, Point shift) {
     const Point centre{random.Between(-0.1F, 1.1F) * canvas.Aspect(), random.Between(0.0F, 0.9F)};
     const Placing at{centre + shift, 1.0F, 1.0F, 0.0F};
     const Point half{random.Between(0.04F, 0.3F), random.Between(0.06F, 0.35F)};
     const float tilt = random.Between(-4.0F, 4.0F);
-    switch (random.Index(9)) {
+    switch (random.Index(10)) {
         case 0:
             PaintBox(canvas, random, at.Within({}, tilt), half, DrawThingColour(random));
             break;
@@ -222,6 +245,9 @@ void PaintAnything(Canvas& canvas, Random& random, Point shift) {
             break;
         case 7:
             PaintBox(canvas, random, at, {half.x * 1.8F, half.y * 0.6F}, DrawThingColour(random));
+            break;
+        case 8:
+            PaintCoat(canvas, random, at, random.Between(0.03F, 0.16F));
             break;
         default:
             PaintLookalike(canvas, random, at, random.Between(0.03F, 0.2F));

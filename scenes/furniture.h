@@ -15,6 +15,8 @@ void PaintLamp(Canvas& canvas, Random& random, const Placing& at, float size);
 void PaintCurtain(Canvas& canvas, Random& random, const Placing& at, Point halfSize, Colour colour);
 // Of a person's colours and of no person's shape.
 void PaintLookalike(Canvas& canvas, Random& random, const Placing& at, float size);
+// A jacket or coat that nobody wears.
+void PaintCoat(Canvas& canvas, Random& random, const Placing& at, float size);
 // Any of the above, of any size, anywhere.
 void PaintAnything(Canvas& canvas, Random& random, Point shift);
 

@@ -13,17 +13,27 @@ float Cell(float x, float y) {
 }
 
 Surface Trunk(const Look& look, Point p) {
-    const float half = Mix(look.shoulder + 0.28F, look.waist, SmoothStep(0.2F, 4.2F, p.y));
+    const float half = Mix(look.shoulder + 0.28F, look.waist, SmoothStep(0.2F, look.hem - 1.0F, p.y));
     const float beside = Absolute(p.x) - half;
-    const float distance = Higher(Higher(beside * 0.97F, p.y - kHips), 0.25F - p.y);
+    const float distance = Higher(Higher(beside * 0.97F, p.y - look.hem), 0.25F - p.y);
     const float across = Clamp(p.x / half, -1.0F, 1.0F);
     return {distance, across * across * across * 0.9F + across * 0.1F, Clamp((p.y - 1.6F) * 0.12F, -0.3F, 0.3F)};
 }
 
 Surface Shoulders(const Look& look, Point p) {
-    const Surface left = Capsule(p, {-0.15F, -0.12F}, {-look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
-    const Surface right = Capsule(p, {0.15F, -0.12F}, {look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
-    return Join(left, right, 0.3F);
+    Surface s = Capsule({Absolute(p.x), p.y}, {0.15F, -0.12F}, {look.shoulder, 0.35F}, 0.42F, look.armRadius + 0.1F);
+    s.leanX *= (p.x < 0.0F ? -1.0F : 1.0F) * SmoothStep(0.0F, 0.7F, Absolute(p.x));  // no crease in the middle
+    return s;
+}
+
+Surface Torso(const Look& look, Point p) {
+    return Loosened(look, Join(Shoulders(look, p), Trunk(look, p), 0.35F), p);
+}
+
+// What is cut out of the clothes ends where they end.
+Surface OnTorso(const Look& look, Surface s, Point p) {
+    s.distance = Higher(s.distance, Torso(look, p).distance);
+    return s;
 }
 
 // Skin above the neckline, or what is worn under a jacket.
@@ -42,7 +52,7 @@ void PaintNeckline(Canvas& canvas, const Sitter& sitter) {
         canvas.Paint(
             sitter.body, {{-1.0F, -0.6F}, {1.0F, 4.0F}}, Role::Surface, 1.0F, 0.0F,
             [&](Point p) {
-                return Surface{Absolute(p.x) - 0.75F * (1.0F - p.y / 3.6F), p.x * 0.5F, 0.0F};
+                return OnTorso(look, {Absolute(p.x) - 0.75F * (1.0F - p.y / 3.6F), p.x * 0.5F, 0.0F}, p);
             },
             [&](Point p, const Surface& s) {
                 const bool onTie = Absolute(p.x) < 0.1F + 0.05F * p.y && look.beard < 0.5F;
@@ -53,11 +63,12 @@ void PaintNeckline(Canvas& canvas, const Sitter& sitter) {
     canvas.Paint(
         sitter.body, {{-width - 0.1F, -0.8F}, {width + 0.1F, depth + 0.1F}}, Role::Surface, 1.0F, 0.0F,
         [&](Point p) {
-            if (look.clothes == Clothes::VNeck || look.clothes == Clothes::Shirt || look.clothes == Clothes::Jacket) {
-                return Surface{(Absolute(p.x) - width * (1.0F - (p.y + 0.3F) / (depth + 0.3F))) * 0.85F, p.x * 0.5F,
-                               0.0F};
-            }
-            return Ellipse(p, {0.0F, -0.35F}, width, depth + 0.2F);
+            const bool pointed =
+                look.clothes == Clothes::VNeck || look.clothes == Clothes::Shirt || look.clothes == Clothes::Jacket;
+            const float beside = (Absolute(p.x) - width * (1.0F - (p.y + 0.3F) / (depth + 0.3F))) * 0.85F;
+            const Surface opening =
+                pointed ? Surface{beside, p.x * 0.5F, 0.0F} : Ellipse(p, {0.0F, -0.35F}, width, depth + 0.2F);
+            return OnTorso(look, opening, p);
         },
         [&](Point p, const Surface& s) {
             return SkinAt(look, p) * light.On({0.0F, s.leanX * 0.4F, 0.1F}, look.bulge) *
@@ -66,7 +77,7 @@ void PaintNeckline(Canvas& canvas, const Sitter& sitter) {
     if (look.clothes == Clothes::Shirt) {
         for (float side : {-1.0F, 1.0F}) {  // the collar's two ends
             canvas.Paint(
-                sitter.body, Around({side * 0.5F, -0.6F}, {side * 0.3F, 0.4F}, 0.3F), Role::Surface, 1.0F, 0.0F,
+                sitter.body, Around({side * 0.5F, -0.6F}, {side * 0.3F, 0.4F}, 0.3F), Role::Person, 1.0F, 0.0F,
                 [&](Point p) {
                     return Capsule(p, {side * 0.52F, -0.45F}, {side * 0.28F, 0.3F}, 0.1F, 0.13F);
                 },
@@ -83,6 +94,13 @@ void PaintNeckline(Canvas& canvas, const Sitter& sitter) {
 }
 
 }  // namespace
+
+Surface Loosened(const Look& look, Surface s, Point p) {
+    if (look.loose > 0.0F && Absolute(s.distance) < 0.4F) {
+        s.distance += look.loose * ValueNoise::Instance().At(p.x * 0.7F + look.grain.y, p.y * 0.7F + look.grain.x);
+    }
+    return s;
+}
 
 Colour SkinAt(const Look& look, Point p) {
     const float mottle = ValueNoise::Instance().At(p.x * 1.7F + look.grain.x, p.y * 1.7F + look.grain.y);
@@ -130,7 +148,7 @@ Colour ClothAt(const Look& look, Point p) {
 
 void PaintChair(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    if (!look.chair || look.legs) return;
+    if (!look.chair || look.standing) return;
     const Placing at{sitter.pose.origin, sitter.pose.scale, 1.0F, 0.0F};
     const bool high = look.patternScale > 2.0F;
     const float half = look.shoulder * Mix(0.8F, 1.3F, look.hairVolume * 3.0F);
@@ -149,7 +167,6 @@ void PaintChair(Canvas& canvas, const Sitter& sitter) {
 
 void PaintLegs(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    if (!look.legs) return;
     const float spread = 0.55F + look.hairVolume;
     for (float side : {-1.0F, 1.0F}) {
         const Point hip{side * 0.62F, kHips - 0.4F};
@@ -202,68 +219,13 @@ void PaintTorso(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
     const float half = Higher(look.shoulder, look.waist) + 0.8F;
     canvas.Paint(
-        sitter.body, {{-half, -0.8F}, {half, kHips + 0.1F}}, Role::Person, 1.0F, 0.0F,
-        [&](Point p) { return Join(Shoulders(look, p), Trunk(look, p), 0.35F); },
+        sitter.body, {{-half, -0.8F}, {half, look.hem + 0.2F}}, Role::Person, 1.0F, 0.0F,
+        [&](Point p) { return Torso(look, p); },
         [&](Point p, const Surface& s) {
             const float chin = 0.82F + 0.18F * SmoothStep(0.1F, 1.3F, Length({p.x * 0.8F, p.y + 0.9F}) - 0.3F);
             return ClothAt(look, p) * sitter.light.On(s, look.bulge) * chin;
         });
     PaintNeckline(canvas, sitter);
-}
-
-void PaintArm(Canvas& canvas, const Sitter& sitter, std::size_t arm) {
-    const Look& look = sitter.person.look;
-    const Joints& joints = sitter.pose.arms[arm];
-    const float upper = look.armRadius;
-    const float middle = upper * 0.8F;
-    const float wrist = 0.25F + 0.1F * (upper - 0.34F);
-    const float loose = look.sleeve > 0.0F ? 0.06F : 0.0F;
-    PaintHand(canvas, sitter, arm);
-    // A bare forearm is thinner than the sleeve that ends above it.
-    const float bareFrom = Clamp01(look.sleeve);
-    const Point cuff = Mix(joints.elbow, joints.hand, bareFrom * 0.93F);
-    const Point sleeveEnd = look.sleeve < 0.0F ? Mix(joints.shoulder, joints.elbow, 1.0F + look.sleeve) : joints.elbow;
-    const auto paint = [&](const Box& box, auto&& shape, bool cloth) {
-        canvas.Paint(sitter.body, box, Role::Person, 1.0F, 0.0F, shape, [&](Point p, const Surface& s) {
-            const Point still = p - joints.elbow;  // the texture goes along with the arm
-            return (cloth ? ClothAt(look, still) : SkinAt(look, still)) * sitter.light.On(s, look.bulge);
-        });
-    };
-    paint(
-        Around(joints.elbow, joints.hand, middle + 0.1F),
-        [&](Point p) { return Capsule(p, joints.elbow, joints.hand, middle * 0.92F, wrist); }, false);
-    if (look.sleeve <= 0.0F) {
-        paint(
-            Around(joints.shoulder, joints.elbow, upper + 0.1F),
-            [&](Point p) { return Capsule(p, joints.shoulder, joints.elbow, upper, middle * 0.92F); }, false);
-        if (look.sleeve > -0.9F) {
-            paint(
-                Around(joints.shoulder, sleeveEnd, upper + 0.2F),
-                [&](Point p) {
-                    Surface s = Capsule(p, joints.shoulder, sleeveEnd, upper + 0.09F, upper + 0.06F);
-                    // Cut off at the hem instead of round.
-                    const Point way = joints.elbow - joints.shoulder;
-                    const float length = Higher(Length(way), 0.01F);
-                    const float past = ((p.x - sleeveEnd.x) * way.x + (p.y - sleeveEnd.y) * way.y) / length;
-                    s.distance = Higher(s.distance, past - 0.05F);
-                    return s;
-                },
-                true);
-        }
-        return;
-    }
-    Box box = Around(joints.shoulder, joints.elbow, upper + 0.3F);
-    const Box fore = Around(joints.elbow, cuff, upper + 0.3F);
-    box = {{Lower(box.low.x, fore.low.x), Lower(box.low.y, fore.low.y)},
-           {Higher(box.high.x, fore.high.x), Higher(box.high.y, fore.high.y)}};
-    const float cuffRadius = Mix(middle, wrist, bareFrom) + loose;
-    paint(
-        box,
-        [&](Point p) {
-            return Join(Capsule(p, joints.shoulder, joints.elbow, upper + loose, middle + loose),
-                        Capsule(p, joints.elbow, cuff, middle + loose, cuffRadius), 0.12F);
-        },
-        true);
 }
 
 }  // namespace scenes

@@ -55,12 +55,14 @@ void PaintHat(Canvas& canvas, const Sitter& sitter) {
 
 void PaintHeadphones(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    const float radius = look.headWidth + look.hairVolume + 0.06F;
+    const bool flat = look.hair == Hair::Bald || look.hair == Hair::Cropped;
+    const float volume = flat ? 0.03F : look.hairVolume * 0.6F;
+    const float radius = look.headWidth + volume + 0.05F;
     const Colour colour = look.chairColour * 0.6F;
     canvas.Paint(
         sitter.head, {{-radius - 0.3F, -1.6F}, {radius + 0.3F, 0.1F}}, Role::Person, 1.0F, 0.0F,
         [&](Point p) {
-            Surface s = Ellipse(p, {0.0F, -0.05F}, radius, 1.02F + look.hairVolume);
+            Surface s = Ellipse(p, {0.0F, -0.05F}, radius, 1.02F + volume);
             s.distance = Higher(Absolute(s.distance) - 0.06F, p.y);
             return s;
         },
@@ -105,7 +107,7 @@ void PaintHairBehind(Canvas& canvas, const Sitter& sitter) {
     const float width = look.headWidth + volume;
     if (falls || look.hair == Hair::Afro) {
         canvas.Paint(
-            sitter.head, {{-width - 0.7F, -1.9F}, {width + 0.7F, length + 0.5F}}, Role::Person, 1.0F, 0.0F,
+            sitter.head, {{-width - 0.7F, -1.9F}, {width + 0.7F, length + 0.5F}}, Role::Person, 1.0F, look.hairSoft,
             [&](Point p) {
                 Surface s = Ellipse(p, {0.0F, look.hair == Hair::Afro ? -0.3F : -0.1F}, width, 0.95F + volume);
                 if (falls)
@@ -119,7 +121,7 @@ void PaintHairBehind(Canvas& canvas, const Sitter& sitter) {
     if (look.hair == Hair::Bun) {
         const Point at{0.25F * look.hairline, -1.15F};
         canvas.Paint(
-            sitter.head, Around(at, at, 0.7F), Role::Person, 1.0F, 0.0F,
+            sitter.head, Around(at, at, 0.7F), Role::Person, 1.0F, look.hairSoft,
             [&](Point p) {
                 Surface s = Ellipse(p, at, 0.4F, 0.36F);
                 s.distance += Ruffle(look, p);
@@ -131,7 +133,7 @@ void PaintHairBehind(Canvas& canvas, const Sitter& sitter) {
         const float side = look.hairline > 0.0F ? 1.0F : -1.0F;
         const Point end{side * 0.95F, look.hairLength * 0.7F};
         canvas.Paint(
-            sitter.head, Around({side * 0.55F, -0.6F}, end, 0.6F), Role::Person, 1.0F, 0.0F,
+            sitter.head, Around({side * 0.55F, -0.6F}, end, 0.6F), Role::Person, 1.0F, look.hairSoft,
             [&](Point p) {
                 Surface s = Capsule(p, {side * 0.55F, -0.5F}, end, 0.22F, 0.3F);
                 s.distance += Ruffle(look, p);
@@ -162,7 +164,7 @@ void PaintHairInFront(Canvas& canvas, const Sitter& sitter) {
         const float width = look.headWidth + volume * 0.7F;
         canvas.Paint(
             sitter.head, {{-width - 0.5F, -1.9F}, {width + 0.5F, sideEnd + 0.3F}}, Role::Person, cropped ? 0.85F : 1.0F,
-            cropped ? 0.06F : 0.0F,
+            cropped ? 0.06F : look.hairSoft * 0.6F,
             [&](Point p) {
                 Surface s = Ellipse(p, {0.0F, -0.14F - volume * 0.4F}, width, 0.88F + volume * 0.75F);
                 if (falls && p.y > 0.0F) s = {Absolute(p.x) - width, Clamp(p.x / width, -1.0F, 1.0F), 0.0F};

@@ -33,7 +33,7 @@ void PaintEyes(Canvas& canvas, const Sitter& sitter) {
     const float apart = look.headWidth * 0.42F;
     const float drawn = look.hairline * 0.3F;
     for (float side : {-1.0F, 1.0F}) {
-        const Point eye{side * apart + pose.turn * 0.22F, -0.02F};
+        const Point eye{side * apart * (1.0F - 0.25F * Absolute(pose.turn)) + pose.turn * 0.3F, -0.02F};
         Spot(canvas, sitter.head, eye, {0.2F, 0.13F}, lit * 0.55F, 0.5F, 0.14F);
         if (pose.eyesShut) {
             Stroke(canvas, sitter.head, eye - Point{0.11F, 0.0F}, eye + Point{0.11F, 0.01F}, 0.018F, lit * 0.35F, 0.8F,
@@ -45,7 +45,7 @@ void PaintEyes(Canvas& canvas, const Sitter& sitter) {
                  0.02F);
         }
         const Point brow = eye + Point{0.0F, -0.2F};
-        Stroke(canvas, sitter.head, brow + Point{side * 0.15F, 0.03F}, brow + Point{-side * 0.1F, drawn},
+        Stroke(canvas, sitter.head, brow + Point{side * 0.15F, 0.02F}, brow + Point{-side * 0.1F, 0.02F + drawn},
                0.03F + 0.02F * look.jaw, look.hairColour * 0.8F * sitter.light.On({}, 0.0F), 0.75F, 0.04F);
     }
 }
@@ -54,17 +54,31 @@ void PaintNoseAndMouth(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
     const Pose& pose = sitter.pose;
     const Colour lit = look.skin * sitter.light.On({}, 0.0F);
-    const float tip = pose.turn * 0.33F;
+    const float tip = pose.turn * 0.45F;
+    if (Absolute(pose.turn) > 0.5F) {  // seen from the side, the nose stands out
+        const float out = (pose.turn > 0.0F ? 1.0F : -1.0F) * (look.headWidth + 0.35F * (Absolute(pose.turn) - 0.6F));
+        canvas.Paint(
+            sitter.head, Around({out * 0.8F, -0.05F}, {out, 0.24F}, 0.2F), Role::Person, 1.0F, 0.0F,
+            [&](Point p) {
+                return Capsule(p, {out * 0.82F, -0.05F}, {out * 0.97F, 0.24F}, 0.06F, 0.09F);
+            },
+            [&](Point p, const Surface& s) { return SkinAt(look, p) * sitter.light.On(s, look.bulge * 0.7F); });
+    }
     const float shadowSide = sitter.light.x > 0.0F ? -1.0F : 1.0F;
-    Stroke(canvas, sitter.head, {pose.turn * 0.24F + shadowSide * 0.06F, 0.0F}, {tip + shadowSide * 0.1F, 0.28F}, 0.05F,
+    Stroke(canvas, sitter.head, {pose.turn * 0.34F + shadowSide * 0.06F, 0.0F}, {tip + shadowSide * 0.1F, 0.28F}, 0.05F,
            lit * 0.72F, 0.45F, 0.1F);
-    Stroke(canvas, sitter.head, {pose.turn * 0.24F, -0.02F}, {tip, 0.24F}, 0.035F, lit * 1.16F, 0.4F, 0.06F);
+    Stroke(canvas, sitter.head, {pose.turn * 0.34F, -0.02F}, {tip, 0.24F}, 0.035F, lit * 1.16F, 0.4F, 0.06F);
     Spot(canvas, sitter.head, {tip, 0.33F}, {0.13F, 0.03F}, lit * 0.5F, 0.5F, 0.05F);
-    const Point mouth{pose.turn * 0.26F, 0.58F};
+    const Point mouth{pose.turn * 0.34F, 0.58F};
     const Colour lips{lit.r * 0.85F, lit.g * 0.58F, lit.b * 0.58F};
+    for (float side : {-1.0F, 1.0F}) {
+        const Point corner = mouth + Point{side * 0.24F, -0.09F * look.smile};
+        Stroke(canvas, sitter.head, mouth + Point{side * 0.06F, 0.01F}, corner, 0.04F, lips, 0.7F, 0.03F);
+        Stroke(canvas, sitter.head, corner, corner + Point{side * 0.03F, -0.02F}, 0.02F, lit * 0.5F, 0.5F, 0.05F);
+    }
     const float open = 0.02F + 0.07F * pose.mouth;
-    Spot(canvas, sitter.head, mouth, {0.24F, 0.045F + open * 0.8F}, lips, 0.75F, 0.04F);
-    Spot(canvas, sitter.head, mouth, {0.18F, open * 0.75F},
+    Spot(canvas, sitter.head, mouth, {0.18F, 0.045F + open * 0.8F}, lips, 0.75F, 0.04F);
+    Spot(canvas, sitter.head, mouth, {0.14F, open * 0.75F},
          pose.mouth > 0.6F && look.jaw > 0.8F ? Colour{0.85F, 0.83F, 0.8F} : lips * 0.35F, 0.8F, 0.02F);
     Spot(canvas, sitter.head, mouth + Point{0.0F, 0.15F}, {0.16F, 0.03F}, lit * 0.7F, 0.35F, 0.06F);
 }
@@ -74,7 +88,7 @@ void PaintGlasses(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
     const Colour frame = look.hairVolume > 0.2F ? look.clothSecond * 0.6F : Colour{0.07F, 0.06F, 0.06F};
     const float apart = look.headWidth * 0.44F;
-    const float turn = sitter.pose.turn * 0.22F;
+    const float turn = sitter.pose.turn * 0.3F;
     const Point half{0.24F, look.hairVolume > 0.15F ? 0.2F : 0.15F};
     const float rim = 0.02F + 0.05F * look.hairCurl * 4.0F;
     for (float side : {-1.0F, 1.0F}) {
@@ -121,9 +135,9 @@ void PaintHead(Canvas& canvas, const Sitter& sitter) {
             if (look.beard > 0.0F) {
                 const float edge = noise.At(p.x * 3.0F + look.grain.x, p.y * 3.0F);
                 const float sides =
-                    SmoothStep(0.0F, 0.25F, Absolute(p.x - turn * 0.26F) - 0.5F + 0.55F * p.y + 0.06F * edge);
+                    SmoothStep(0.0F, 0.25F, Absolute(p.x - turn * 0.34F) - 0.5F + 0.55F * p.y + 0.06F * edge);
                 const float lip = SmoothStep(0.06F, 0.0F, Absolute(p.y - 0.46F) - 0.02F) *
-                                  SmoothStep(0.36F, 0.26F, Absolute(p.x - turn * 0.26F));
+                                  SmoothStep(0.36F, 0.26F, Absolute(p.x - turn * 0.34F));
                 const float hair = Clamp01((sides * SmoothStep(0.1F, 0.35F, p.y) + lip) * look.beard);
                 colour = Mix(colour, look.hairColour * (0.9F + 0.2F * noise.At(p.x * 9.0F, p.y * 5.0F)), hair);
             }

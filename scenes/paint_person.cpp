@@ -38,15 +38,12 @@ void PaintPerson(Canvas& canvas, const Sitter& sitter) {
 void PaintShadow(Canvas& canvas, const Sitter& sitter, Point offset, float strength) {
     const Look& look = sitter.person.look;
     const Point head = sitter.pose.head + offset;
-    canvas.Paint(
-        sitter.body, {{-5.0F + offset.x, -5.5F + offset.y}, {5.0F + offset.x, 6.0F + offset.y}}, Role::Surface,
-        strength, 1.4F,
-        [&](Point p) {
-            const Surface body =
-                Capsule(p, Point{0.0F, 1.4F} + offset, Point{0.0F, 5.0F} + offset, look.shoulder, look.shoulder);
-            return Join(Ellipse(p, head, look.headWidth, 1.0F), body, 0.6F);
-        },
-        [](Point, const Surface&) { return Colour{}; });
+    const Box box{{-5.0F + offset.x, -5.5F + offset.y}, {5.0F + offset.x, 8.0F + offset.y}};
+    canvas.PaintShade(sitter.body, box, strength, 1.4F, [&](Point p) {
+        const Surface body =
+            Capsule(p, Point{0.0F, 1.4F} + offset, Point{0.0F, 5.0F} + offset, look.shoulder, look.shoulder);
+        return Join(Ellipse(p, head, look.headWidth, 1.0F), body, 0.6F).distance;
+    });
 }
 
 }  // namespace scenes

@@ -35,6 +35,9 @@ void PaintHairInFront(Canvas& canvas, const Sitter& sitter);
 void PaintArm(Canvas& canvas, const Sitter& sitter, std::size_t arm);
 void PaintHand(Canvas& canvas, const Sitter& sitter, std::size_t arm);
 
+// A shape of cloth with the folds that stand out from its outline; `p` is where, going along with the cloth.
+Surface Loosened(const Look& look, Surface s, Point p);
+
 // The colour of the clothes at a point of the body, with folds and without light.
 Colour ClothAt(const Look& look, Point p);
 // The colour of skin there, likewise.

@@ -10,7 +10,7 @@ struct Range {
     float Pick(Random& random) const { return random.Between(low, high); }
 };
 
-// One way to hold an arm.
+// One way to hold an arm, in the order of Gesture.
 struct Habit {
     float share;  // how often, against the others
     Range upperDegrees, upperReach, foreDegrees, foreReach, handSize;
@@ -65,6 +65,12 @@ HeldPose PoseOf(const Habit& habit, Random& random) {
 // What the arm does around the key moment `key`.
 HeldPose PoseOfKey(const Motion& motion, int arm, std::int32_t key) {
     Random random(motion.seed + static_cast<std::uint64_t>(static_cast<std::uint32_t>(key)) * 8191U);
+    if (!motion.script.empty()) {
+        const auto length = static_cast<std::int32_t>(motion.script.size());
+        const auto step = static_cast<std::size_t>((key % length + length) % length);
+        const Gesture gesture = motion.script[step][static_cast<std::size_t>(arm)];
+        return PoseOf(kHabits[static_cast<std::size_t>(gesture)], random);
+    }
     const bool changes = random.Chance(motion.liveliness);
     const bool both = random.Chance(0.35F);
     Random shared = random.Fork();
@@ -114,7 +120,9 @@ void DrawHead(Look& look, Random& random) {
     look.hairVolume = random.Between(0.06F, 0.28F);
     look.hairLength = random.Between(1.2F, 4.2F);
     look.hairCurl = random.Chance(0.5F) ? random.Between(0.0F, 0.05F) : random.Between(0.03F, 0.16F);
+    look.hairSoft = random.Chance(0.5F) ? random.Between(0.02F, 0.14F) : 0.0F;
     look.hairline = random.Between(-0.12F, 0.14F);
+    look.smile = random.Between(-0.4F, 1.0F);
     look.beard = random.Chance(0.25F) ? random.Between(0.3F, 1.0F) : 0.0F;
     look.glasses = random.Chance(0.28F);
     look.darkGlasses = look.glasses && random.Chance(0.2F);
@@ -131,6 +139,9 @@ void DrawBody(Look& look, Random& random, Colour rich) {
     look.patternScale = random.Between(0.8F, 4.0F);
     look.shoulder = random.Between(1.4F, 2.0F);
     look.waist = look.shoulder * random.Between(0.72F, 1.15F);
+    look.hem = random.Chance(0.85F) ? random.Between(4.9F, 5.7F) : random.Between(6.2F, 8.8F);
+    if (look.hem > 6.0F) look.waist *= random.Between(0.9F, 1.25F);
+    look.loose = random.Chance(0.6F) ? random.Between(0.02F, 0.13F) : 0.0F;
     look.neck = random.Between(0.33F, 0.5F);
     look.armRadius = random.Between(0.34F, 0.52F);
     look.sleeve = random.Chance(0.55F) ? random.Between(0.75F, 1.0F) : random.Between(-0.7F, 0.7F);
@@ -161,11 +172,11 @@ void DrawFraming(Person& person, Random& random) {
     } else if (kind < 0.90F) {
         person.scale = random.Between(0.045F, 0.068F);
         headRow = random.Between(0.08F, 0.26F);
-        person.look.legs = true;
+        person.look.standing = true;
     } else {
         person.scale = random.Between(0.022F, 0.06F);
         headRow = random.Between(0.2F, 0.6F);
-        person.look.legs = true;
+        person.look.standing = true;
         person.column = random.Between(0.05F, 0.95F);
     }
     if (random.Chance(0.07F))
@@ -181,6 +192,7 @@ Person DrawPerson(Random& random, Colour rich) {
     DrawHead(person.look, random);
     DrawBody(person.look, random, rich);
     DrawFraming(person, random);
+    person.turn = random.Chance(0.25F) ? random.Between(-0.9F, 0.9F) : 0.3F * random.Bell();
     person.motion.seed = random.Bits();
     person.motion.secondsPerPose = random.Between(1.0F, 3.0F);
     person.motion.liveliness = random.Chance(0.5F) ? random.Unit() : 0.1F;
@@ -203,7 +215,7 @@ Pose PoseAt(const Person& person, float seconds, float aspect) {
     pose.headDegrees = 9.0F * sway * drift(0.08F, 5.2F) - person.leanDegrees * 0.4F;
     pose.head = {0.3F * sway * drift(0.07F, 6.9F) + 0.015F * pose.headDegrees,
                  -1.95F + 0.12F * sway * drift(0.1F, 8.3F)};
-    pose.turn = Clamp(0.9F * drift(0.03F, 9.6F) + 0.4F * drift(0.09F, 10.2F), -1.0F, 1.0F);
+    pose.turn = Clamp(person.turn + sway * (0.5F * drift(0.03F, 9.6F) + 0.3F * drift(0.09F, 10.2F)), -1.0F, 1.0F);
     pose.mouth = Clamp01(2.0F * drift(0.5F, 11.8F));
     pose.eyesShut = Fraction(seconds * 0.27F + start) < 0.04F;
     for (int arm = 0; arm < 2; ++arm) {

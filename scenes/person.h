@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "velmo_scenes/colour.h"
 #include "velmo_scenes/shapes.h"
@@ -11,6 +12,7 @@ namespace scenes {
 enum class Hair { Bald, Cropped, Short, Fringe, Bob, Long, Curly, Afro, Bun, Tail, Cap, Beanie, Scarf };
 enum class Clothes { Shirt, TShirt, VNeck, Sleeveless, Hoodie, Jacket, Turtleneck };
 enum class Pattern { Plain, Across, Down, Plaid, Dots, Patches, Print, Gradient };
+enum class Gesture { Hang, Desk, Lap, Crossed, Chin, Wave, Up, Out, Hip, Speak, Reach, Head, Chest };
 enum class Held { Nothing, Cup, Phone, Paper };
 
 // What a person looks like. Lengths are in half heights of the head.
@@ -29,18 +31,22 @@ struct Look {
     float shoulder = 1.7F;    // half of the width between the arms' joints
     float waist = 1.4F;       // half of its width
     float neck = 0.4F;
+    float hem = 5.2F;    // where the upper clothes end, below the shoulders
+    float loose = 0.0F;  // how far folds bulge beyond the body
     float armRadius = 0.42F;
     float hairVolume = 0.15F;
     float hairLength = 2.0F;
     float hairCurl = 0.05F;
     float hairline = 0.0F;
-    float beard = 0.0F;   // 0 none to 1 full
-    float sleeve = 1.0F;  // share of the forearm that cloth covers; below 0 the upper arm is bare from there on
+    float hairSoft = 0.0F;  // width of the hair's outline, where single hairs stand out
+    float smile = 0.0F;     // below 0: the mouth's corners hang
+    float beard = 0.0F;     // 0 none to 1 full
+    float sleeve = 1.0F;    // share of the forearm that cloth covers; below 0 the upper arm is bare from there on
     bool glasses = false;
     bool darkGlasses = false;
     bool headphones = false;
     bool fromBehind = false;
-    bool legs = false;
+    bool standing = false;
     bool chair = false;
     Colour chairColour;
     float bulge = 0.8F;  // how round the light makes everything
@@ -80,6 +86,9 @@ struct Motion {
     float secondsPerPose = 2.0F;
     float liveliness = 1.0F;  // 0 holds one pose
     float sway = 1.0F;
+    // What the picture's left arm and its right one do, pose by pose and from the start again; empty: what comes by
+    // chance.
+    std::vector<std::array<Gesture, 2>> script;
 };
 
 struct Person {
@@ -89,6 +98,7 @@ struct Person {
     float row = 0.7F;     // share of its height
     float scale = 0.13F;  // half a head in picture heights
     float leanDegrees = 0.0F;
+    float turn = 0.0F;  // of the face, about which it moves
     Held held = Held::Nothing;
     int holdingArm = 0;
 };

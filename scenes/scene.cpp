@@ -33,59 +33,21 @@ PersonFacts FactsOf(const Sitter& sitter, const Canvas& canvas) {
     return facts;
 }
 
-// The second one stands beside the first, mostly about as near.
-void PutBeside(const Person& first, Person& second, Random& random) {
-    const float side = first.column > 0.5F ? -1.0F : 1.0F;
-    if (random.Chance(0.7F)) {
-        second.scale = first.scale * random.Between(0.7F, 0.99F);
-        second.row = first.row + random.Bell() * first.scale;
-        second.look.legs = first.look.legs;
-    }
-    second.column = first.column + side * random.Between(0.15F, 0.55F);
+Staging Apply(const SceneSettings& settings, Staging staging) {
+    staging.still = settings.still;
+    if (!settings.cameraNoise) staging.camera.noise = 0.0F;
+    return staging;
 }
 
 }  // namespace
 
-Scene::Scene(std::uint64_t seed, const SceneSettings& settings)
-    : m_settings(settings), m_seed(seed), m_backdrop(0), m_deskRandom(0) {
-    Random random(seed);
-    m_light = DrawLight(random);
-    m_camera = DrawCamera(random);
-    m_backdrop = random.Fork();
-    m_deskRandom = random.Fork();
-    // Which colour the background is rich in is known once it is painted, however small.
-    Canvas sketch;
-    sketch.Resize(8, 4);
-    const Colour rich = PaintBackdrop(sketch, m_backdrop, m_light, {});
-    const float crowd = random.Unit();
-    const int count = crowd < 0.07F ? 0 : crowd < 0.82F ? 1 : 2;
-    for (int i = 0; i < count; ++i) {
-        Person person = DrawPerson(random, rich);
-        if (i == 1) PutBeside(m_people.front(), person, random);
-        m_people.push_back(person);
-    }
-    if (count == 2 && m_people[0].scale > m_people[1].scale) {
-        const Person larger = m_people[0];
-        m_people[0] = m_people[1];
-        m_people[1] = larger;
-    }
-    m_shadow = random.Chance(0.5F) ? random.Between(0.1F, 0.45F) : 0.0F;
-    m_shadowOffset = {-m_light.x * random.Between(0.2F, 1.6F), random.Between(-0.2F, 0.6F)};
-    m_desk = random.Chance(0.14F);
-    if (random.Chance(0.5F)) {
-        m_pausePeriod = random.Between(2.0F, 7.0F);
-        m_pauseShare = random.Between(0.2F, 0.7F);
-    }
-}
+Scene::Scene(std::uint64_t seed, const SceneSettings& settings) : Scene(Apply(settings, DrawStaging(seed))) {}
+
+Scene::Scene(const Staging& staging) : m_staging(staging) {}
 
 float Scene::MotionTime(double seconds) const {
-    const auto time = static_cast<float>(seconds);
-    if (m_settings.still) return 3.0F;
-    if (m_pausePeriod <= 0.0F) return time;
-    const float periods = time / m_pausePeriod;
-    const auto whole = static_cast<float>(FloorToInt(periods));
-    // Movement slows down into a pause and starts slowly after it.
-    return m_pausePeriod * (1.0F - m_pauseShare) * (whole + SmoothStep(0.0F, 1.0F - m_pauseShare, periods - whole));
+    constexpr float kAnyMoment = 3.0F;
+    return m_staging.still ? kAnyMoment : m_staging.pauses.MotionTime(static_cast<float>(seconds));
 }
 
 bool Scene::IsStillBetween(double fromSeconds, double toSeconds) const {
@@ -98,8 +60,8 @@ void Scene::PrepareBackground(int width, int height, Point shift) {
     if (!same) {
         m_background.Resize(width, height);
         m_backgroundShift = shift;
-        PaintBackdrop(m_background, m_backdrop, m_light, shift);
-        Blur(m_background, m_camera.background, m_camera.background);
+        PaintBackdrop(m_background, m_staging.backdrop, m_staging.light, shift);
+        Blur(m_background, m_staging.camera.background, m_staging.camera.background);
     }
     m_canvas = m_background;
 }
@@ -110,11 +72,11 @@ void Scene::PaintPeople(float time, Point shift, Frame& frame) {
     frame.arms = {ArmState::Down, ArmState::Down};
     const float enough = 0.0004F * static_cast<float>(m_canvas.Width()) * static_cast<float>(m_canvas.Height());
     float before = 0.0F;
-    for (const Person& person : m_people) {
+    for (const Person& person : m_staging.people) {
         Pose pose = PoseAt(person, time, m_canvas.Aspect());
         pose.origin = pose.origin + shift;
-        const Sitter sitter = MakeSitter(person, pose, m_light);
-        if (m_shadow > 0.0F) PaintShadow(m_canvas, sitter, m_shadowOffset, m_shadow);
+        const Sitter sitter = MakeSitter(person, pose, m_staging.personLight);
+        if (m_staging.shadow > 0.0F) PaintShadow(m_canvas, sitter, m_staging.shadowOffset, m_staging.shadow);
         PaintPerson(m_canvas, sitter);
         const float after = CoverOf(m_canvas);
         if (after - before > enough) {
@@ -129,8 +91,8 @@ void Scene::PaintPeople(float time, Point shift, Frame& frame) {
 
 // What stands in front of everybody: a desk's edge, and things on it.
 void Scene::PaintDesk(Point shift) {
-    Random random = m_deskRandom;
-    const Colour wood = DrawThingColour(random) * (m_light.ambient + 0.6F * m_light.strength);
+    Random random = m_staging.deskThings;
+    const Colour wood = DrawThingColour(random) * (m_staging.light.ambient + 0.6F * m_staging.light.strength);
     const float top = random.Between(0.78F, 0.95F);
     const float aspect = m_canvas.Aspect();
     if (random.Chance(0.75F)) {
@@ -149,17 +111,17 @@ void Scene::Draw(double seconds, int width, int height, Frame& frame) {
     const float time = MotionTime(seconds);
     const ValueNoise& noise = ValueNoise::Instance();
     Point shift;
-    if (m_camera.unrest > 0.0F) {
-        shift = {m_camera.unrest * noise.SoftAt(time * 0.4F, 17.3F),
-                 m_camera.unrest * noise.SoftAt(time * 0.4F, 23.6F)};
+    if (m_staging.camera.unrest > 0.0F) {
+        shift = {m_staging.camera.unrest * noise.SoftAt(time * 0.4F, 17.3F),
+                 m_staging.camera.unrest * noise.SoftAt(time * 0.4F, 23.6F)};
     }
     PrepareBackground(width, height, shift);
     PaintPeople(time, shift, frame);
-    if (m_desk) PaintDesk(shift);
-    Camera camera = m_camera;
-    if (!m_settings.cameraNoise) camera.noise = 0.0F;
+    if (m_staging.desk) PaintDesk(shift);
     const auto moment = static_cast<std::uint64_t>(seconds * 1000.0 + 0.5);
-    Develop(m_canvas, camera, Scramble(m_seed ^ 0xC0FFEEULL) + moment * 0x100000001B3ULL, frame);
+    Camera camera = m_staging.camera;
+    camera.gain = camera.gain * (1.0F + camera.flicker * noise.SoftAt(time * 0.7F, 29.1F));
+    Develop(m_canvas, camera, m_staging.noiseSeed + moment * 0x100000001B3ULL, frame);
 }
 
 }  // namespace scenes

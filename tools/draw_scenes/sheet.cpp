@@ -1,5 +1,6 @@
 #include "draw_scenes_tool/sheet.h"
 
+#include "velmo_scenes/clip.h"
 #include "velmo_scenes/scene.h"
 
 namespace draw_scenes {
@@ -47,7 +48,8 @@ std::string DrawSheet(const SheetOptions& options) {
     scenes::Frame frame;
     for (int i = 0; i < options.columns * options.rows; ++i) {
         const auto index = static_cast<std::uint64_t>(i);
-        scenes::Scene scene(options.asSequence ? options.seed : options.seed + index);
+        const std::uint64_t seed = options.asSequence ? options.seed : options.seed + index;
+        scenes::Scene scene(options.clips ? scenes::StageClip({seed, false}) : scenes::DrawStaging(seed));
         scene.Draw(options.seconds + (options.asSequence ? kStepSeconds * i : 0.0), options.size.width,
                    options.size.height, frame);
         const int left = i % options.columns * cellWidth;

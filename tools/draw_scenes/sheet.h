@@ -14,6 +14,7 @@ struct SheetOptions {
     PictureSize size{256, 144};
     double seconds = 0.0;
     bool masks = true;        // tints what is foreground in a second picture beside each
+    bool clips = false;       // of clips as the demo's instead of scenes of any kind
     bool asSequence = false;  // one scene, a fifth of a second from picture to picture
 };
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "draw_scenes_tool/byte_sink.h"
 #include "draw_scenes_tool/picture_size.h"
 #include "velmo_scenes/frame.h"
 
@@ -26,14 +27,7 @@ inline constexpr int kMetaFloats = 16;
 //   still  nothing but noise changed since the frame before
 void AppendFrame(const scenes::Frame& frame, bool still, std::string& bytes);
 
-// Takes the bytes of one sequence after the other. False ends the drawing.
-class ByteSink {
- public:
-    virtual ~ByteSink() = default;
-    virtual bool Take(const std::string& bytes) = 0;
-};
-
-// Draws all sequences into `sink`. False when the sink took no more.
+// Draws all sequences into `sink`, one at a time. False when the sink took no more.
 bool DrawTrainingStream(const TrainingOptions& options, ByteSink& sink);
 
 }  // namespace draw_scenes

@@ -1,10 +1,11 @@
-#!/usr/bin/env python3
-"""Trains the six reference networks from nothing and writes them to models/. Hours on a processor; only whoever wants
-other networks runs it. Takes Debian's python3-torch and python3-onnx (scripts/install-packages train) and a compiler.
+#!/usr/bin/python3
+"""Trains the six reference networks from nothing and writes them to models/. An hour or two on a processor; only whoever
+wants other networks runs it.
 
-Draws the scenes, trains four sets of weights (families 0 and 1 share theirs), writes the files, and lets network_check
-run them through the stand-in library on scenes that training never saw. Stopped, it goes on with what is there in the
-work folder; an emptied one means from nothing.
+Installs PyTorch and ONNX from Debian where they are missing, draws the scenes, trains four sets of weights (families 0
+and 1 share theirs), writes the model files and the masks that the tests compare with, and lets network_check run the
+files through the stand-in library on scenes that training never saw. Stopped, it goes on with what is in the work folder;
+an empty one means from nothing.
 """
 import argparse
 import os
@@ -15,15 +16,17 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 ROOT = os.path.dirname(HERE)
 BUILD = os.path.join(ROOT, "build", "linux")
+PROGRAMS = os.path.join(BUILD, "bin")
 
-# Seed of the first scene and number of scenes, of four frames each. Checks draw from seeds far above.
-SCENES = {"144p": (1000, 6000, "256x144"), "360p": (20000, 2000, "640x360")}
-# The larger pictures start from what was learnt on the smaller ones.
+# Seed of the first scene and number of scenes, of four frames each. What is held out has seeds from 2^32 up.
+SCENES = {"144p": (1000, 6000, "256x144"), "360p": (20000, 1500, "640x360")}
+# Kind of weights, size, whose weights to start from, and how. The larger pictures start from what was learnt on the
+# smaller ones.
 STAGES = [
-    ("full", "144p", None, ["--steps", "7000", "--batch", "16"]),
-    ("small", "144p", None, ["--steps", "7000", "--batch", "16"]),
-    ("full", "360p", "144p", ["--steps", "2500", "--batch", "8", "--rate", "2e-3"]),
-    ("small", "360p", "144p", ["--steps", "2500", "--batch", "8", "--rate", "2e-3"]),
+    ("full", "144p", None, ["--steps", "7000"]),
+    ("small", "144p", None, ["--steps", "4000"]),
+    ("full", "360p", "144p", ["--steps", "1500", "--batch", "8", "--rate", "1e-3"]),
+    ("small", "360p", "144p", ["--steps", "1500", "--batch", "8", "--rate", "1e-3"]),
 ]
 
 
@@ -39,7 +42,7 @@ def draw(work, quality):
     path = os.path.join(work, f"scenes-{quality}.raw")
     if not os.path.exists(path):
         seed, count, size = SCENES[quality]
-        command = [os.path.join(BUILD, "bin", "draw_scenes"), "train", "--seed", str(seed), "--sequences", str(count),
+        command = [os.path.join(PROGRAMS, "draw_scenes"), "train", "--seed", str(seed), "--sequences", str(count),
                    "--frames", "4", "--size", size]
         print("+", " ".join(command), ">", path, flush=True)
         with open(path + ".part", "wb") as file:
@@ -52,12 +55,13 @@ def draw(work, quality):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--work", default=os.path.join(ROOT, "build", "training"),
-                        help="folder for scenes (10 GB) and weights; build/training by default")
-    parser.add_argument("--threads", default="2", help="of PyTorch")
+                        help="folder for scenes (9 GB) and weights; build/training by default")
+    parser.add_argument("--threads", default=str(os.cpu_count() or 1), help="of PyTorch; one per processor by default")
     arguments = parser.parse_args()
     os.makedirs(arguments.work, exist_ok=True)
     start = time.time()
 
+    run(os.path.join(ROOT, "scripts", "install-packages"), "python3-torch", "python3-onnx")
     run("cmake", "--preset", "linux", "-S", ROOT)
     run("cmake", "--build", BUILD, "--target", "draw_scenes")
     for kind, quality, first, options in STAGES:
@@ -69,11 +73,16 @@ def main():
                 command += ["--start", os.path.join(arguments.work, f"{kind}-{first}.pt")]
             run(*command, *options)
         run(sys.executable, os.path.join(HERE, "train", "export.py"), weights, HERE)
-    print(f"This run took {(time.time() - start) / 60:.0f} minutes.")
+    print(f"Training took {(time.time() - start) / 60:.0f} minutes, without what was there already.", flush=True)
 
     # After the files are there, since the build copies them beside the program.
+    check = os.path.join(PROGRAMS, "network_check")
     run("cmake", "--build", BUILD, "--target", "network_check")
-    run(os.path.join(BUILD, "bin", "network_check"))
+    for kind in ("calyr", "inhouse"):
+        for quality in ("144p", "360p"):
+            run(check, "--write-samples", os.path.join(ROOT, "tests", "unit", "networks", "expected"),
+                os.path.join(PROGRAMS, "models", f"{kind}_{quality}_input.dll"))
+    run(check)
 
 
 main()

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writes the model files of one kind of weights."""
 import argparse
 import os

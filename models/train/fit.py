@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Trains one network on drawn scenes and writes its weights. Stopped, it goes on where its last checkpoint was."""
 import argparse
 import copy

@@ -35,7 +35,7 @@ TEST_P(NetworkAccuracy, ReachesItsOverlapOnScenesThatItNeverSaw) {
 INSTANTIATE_TEST_SUITE_P(Reference, NetworkAccuracy,
                          testing::Values(Bar{"calyr_144p", 24, 0.5, 0.5}, Bar{"inhouse_144p", 24, 0.5, 0.5},
                                          Bar{"calyr_360p", 6, 0.5, 0.5}, Bar{"inhouse_360p", 6, 0.5, 0.5}),
-                         [](const auto& info) { return info.param.model; });
+                         [](const auto& each) { return each.param.model; });
 
 class NetworkExtremes : public testing::TestWithParam<std::string> {};
 
@@ -59,6 +59,6 @@ TEST_P(NetworkExtremes, GiveUpAFullPreviousMaskWhereNobodyIs) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reference, NetworkExtremes, testing::ValuesIn(networks_tests::kModels),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& each) { return each.param; });
 
 }  // namespace

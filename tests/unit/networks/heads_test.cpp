@@ -69,7 +69,7 @@ TEST_P(FullNetwork, PlacesTheLandmarksInTheFacesBox) {
 
 INSTANTIATE_TEST_SUITE_P(Reference, FullNetwork,
                          testing::Values("calyr_144p", "calyr_re_144p", "calyr_360p", "calyr_re_360p"),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& each) { return each.param; });
 
 class ColourTable : public testing::TestWithParam<std::string> {
  protected:
@@ -116,6 +116,6 @@ TEST_P(ColourTable, HasItsVerticesInEqualStepsFromNoneToFull) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reference, ColourTable, testing::Values("calyr_re_144p", "calyr_re_360p"),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& each) { return each.param; });
 
 }  // namespace

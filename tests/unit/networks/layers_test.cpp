@@ -1,12 +1,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "network_check_tool/evaluation.h"
 #include "reference_models.h"
 
 namespace {
@@ -71,6 +73,6 @@ TEST_P(NetworkLayers, HoldMaskBytesThatRoundWhenTheyAreCut) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reference, NetworkLayers, testing::ValuesIn(networks_tests::kModels),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& each) { return each.param; });
 
 }  // namespace

@@ -61,6 +61,6 @@ TEST_P(PreviousMask, IsOvercomeWhereItIsWrong) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reference, PreviousMask, testing::Values("calyr_144p", "inhouse_144p"),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& each) { return each.param; });
 
 }  // namespace

@@ -42,6 +42,6 @@ TEST_P(NetworkSample, IsTheSameOnEverySystemWithinAGreyLevel) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Reference, NetworkSample, testing::ValuesIn(networks_tests::kModels),
-                         [](const auto& info) { return info.param; });
+                         [](const auto& each) { return each.param; });
 
 }  // namespace

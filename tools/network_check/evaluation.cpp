@@ -101,8 +101,10 @@ class Collector {
             // At a cell's edge the neighbour is as good.
             bool found = false;
             for (std::size_t cell = 0; cell < explained.size(); ++cell) {
-                const double awayX = x - (static_cast<double>(cell % kColumns) + 0.5);
-                const double awayY = y - (static_cast<double>(cell / kColumns) + 0.5);
+                const std::size_t column = cell % kColumns;
+                const std::size_t row = cell / kColumns;
+                const double awayX = x - (static_cast<double>(column) + 0.5);
+                const double awayY = y - (static_cast<double>(row) + 0.5);
                 if (std::max(awayX * awayX, awayY * awayY) > 1.0) continue;
                 explained[cell] = true;
                 found = found || faces[cell * kFaceFloats] > kFound;

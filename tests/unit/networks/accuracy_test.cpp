@@ -8,7 +8,6 @@
 
 namespace {
 
-using networks_tests::Draw;
 using networks_tests::Empty;
 using networks_tests::Model;
 using networks_tests::Share;

@@ -21,7 +21,7 @@ using networks_tests::Empty;
 using networks_tests::Model;
 using testing::FloatNear;
 
-constexpr std::size_t kCells = 9 * 16;
+constexpr std::size_t kCells = std::size_t{9} * 16;
 constexpr std::size_t kFloatsPerCell = 1439;
 constexpr std::size_t kTable = 33;
 

@@ -2,8 +2,8 @@
 """Trains the six reference networks from nothing and writes them to models/. An hour or two on a processor; only whoever
 wants other networks runs it.
 
-Installs PyTorch and ONNX from Debian where they are missing, draws the scenes, trains four sets of weights (families 0
-and 1 share theirs), writes the model files and the masks that the tests compare with, and lets network_check run the
+Installs PyTorch and ONNX from Debian where they are missing, draws the scenes, trains two sets of weights (the
+families share them), writes the model files and the masks that the tests compare with, and lets network_check run the
 files through the stand-in library on scenes that training never saw. Stopped, it goes on with what is in the work folder;
 an empty one means from nothing.
 """
@@ -18,16 +18,16 @@ ROOT = os.path.dirname(HERE)
 BUILD = os.path.join(ROOT, "build", "linux")
 PROGRAMS = os.path.join(BUILD, "bin")
 
-# Seed of the first scene and number of scenes, of four frames each. What is held out has seeds from 2^32 up.
-SCENES = {"144p": (1000, 6000, "256x144"), "360p": (20000, 1500, "640x360")}
-# Kind of weights, size, whose weights to start from, and how. The larger pictures start from what was learnt on the
-# smaller ones.
+# A stage: name of its weights, size, scenes (seed of the first, how many), weights to start from, and how.
+# The larger pictures start from what was learnt on the smaller ones.
 STAGES = [
-    ("full", "144p", None, ["--steps", "7000"]),
-    ("small", "144p", None, ["--steps", "4000"]),
-    ("full", "360p", "144p", ["--steps", "1500", "--batch", "8", "--rate", "1e-3"]),
-    ("small", "360p", "144p", ["--steps", "1500", "--batch", "8", "--rate", "1e-3"]),
+    ("first-144p", "144p", (1000, 6000), None, ["--steps", "7000"]),
+    ("second-144p", "144p", (1000, 6000), "first-144p", ["--steps", "2600", "--rate", "2e-3", "--seed", "7"]),
+    ("144p", "144p", (50000, 4000), "second-144p", ["--steps", "1100", "--rate", "1e-3", "--seed", "8"]),
+    ("360p", "360p", (20000, 1500), "second-144p", ["--steps", "1600", "--batch", "8", "--rate", "1e-3"]),
 ]
+FINAL = ["144p", "360p"]
+PICTURES = {"144p": "256x144", "360p": "640x360"}
 
 
 def run(*command):
@@ -37,19 +37,30 @@ def run(*command):
         sys.exit(f"failed: {' '.join(command)}")
 
 
-def draw(work, quality):
-    """Draws the scenes of a size unless they are there; returns their file."""
-    path = os.path.join(work, f"scenes-{quality}.raw")
+def draw(work, quality, seed, count):
+    """Draws scenes unless they are there; returns their file."""
+    path = os.path.join(work, f"scenes-{quality}-{seed}.raw")
     if not os.path.exists(path):
-        seed, count, size = SCENES[quality]
         command = [os.path.join(PROGRAMS, "draw_scenes"), "train", "--seed", str(seed), "--sequences", str(count),
-                   "--frames", "4", "--size", size]
+                   "--frames", "4", "--size", PICTURES[quality]]
         print("+", " ".join(command), ">", path, flush=True)
         with open(path + ".part", "wb") as file:
             if subprocess.run(command, stdout=file).returncode != 0:
                 sys.exit("the scenes can't be drawn")
         os.replace(path + ".part", path)
     return path
+
+
+def train(work, threads, name, quality, scenes, first, options):
+    """Trains a stage unless its weights are there."""
+    weights = os.path.join(work, name + ".pt")
+    if os.path.exists(weights):
+        return
+    command = [sys.executable, os.path.join(HERE, "train", "fit.py"), "--quality", quality, "--scenes",
+               draw(work, quality, *scenes), "--out", weights, "--threads", threads]
+    if first:
+        command += ["--start", os.path.join(work, first + ".pt")]
+    run(*command, *options)
 
 
 def main():
@@ -64,24 +75,18 @@ def main():
     run(os.path.join(ROOT, "scripts", "install-packages"), "python3-torch", "python3-onnx")
     run("cmake", "--preset", "linux", "-S", ROOT)
     run("cmake", "--build", BUILD, "--target", "draw_scenes")
-    for kind, quality, first, options in STAGES:
-        weights = os.path.join(arguments.work, f"{kind}-{quality}.pt")
-        if not os.path.exists(weights):
-            command = [sys.executable, os.path.join(HERE, "train", "fit.py"), "--kind", kind, "--quality", quality,
-                       "--scenes", draw(arguments.work, quality), "--out", weights, "--threads", arguments.threads]
-            if first:
-                command += ["--start", os.path.join(arguments.work, f"{kind}-{first}.pt")]
-            run(*command, *options)
-        run(sys.executable, os.path.join(HERE, "train", "export.py"), weights, HERE)
+    for stage in STAGES:
+        train(arguments.work, arguments.threads, *stage)
+    for name in FINAL:
+        run(sys.executable, os.path.join(HERE, "train", "export.py"), os.path.join(arguments.work, name + ".pt"), HERE)
     print(f"Training took {(time.time() - start) / 60:.0f} minutes, without what was there already.", flush=True)
 
     # After the files are there, since the build copies them beside the program.
     check = os.path.join(PROGRAMS, "network_check")
     run("cmake", "--build", BUILD, "--target", "network_check")
-    for kind in ("calyr", "inhouse"):
-        for quality in ("144p", "360p"):
-            run(check, "--write-samples", os.path.join(ROOT, "tests", "unit", "networks", "expected"),
-                os.path.join(PROGRAMS, "models", f"{kind}_{quality}_input.dll"))
+    for name in FINAL:
+        run(check, "--write-samples", os.path.join(ROOT, "tests", "unit", "networks", "expected"),
+            os.path.join(PROGRAMS, "models", f"calyr_{name}_input.dll"))
     run(check)
 
 

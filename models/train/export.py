@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Writes the model files of one kind of weights."""
+"""Writes the model files of all families for pictures of one size."""
 import argparse
 import os
 
@@ -14,12 +14,10 @@ def main():
     parser.add_argument("folder", help="where the model files go")
     arguments = parser.parse_args()
     trained = torch.load(arguments.weights)
-    network = Network(trained["kind"], trained["quality"])
+    network = Network(trained["quality"])
     network.load_state_dict(trained["network"])
     network.eval()
-    for family, kind in FAMILIES.items():
-        if kind != trained["kind"]:
-            continue
+    for family in FAMILIES:
         path = os.path.join(arguments.folder, f"{family}_{trained['quality']}_input.dll")
         data = network.to_bytes(family)
         with open(path + ".part", "wb") as file:

@@ -13,8 +13,8 @@ from trunk import Trunk, emit_mask
 
 SHAPES = {
     "144p": {
-        "full": PLANS["full", "144p"],
-        "small": PLANS["small", "144p"],
+        "chosen": PLANS["144p"],
+        "small": dict(down=[8, 16, 32, 48], depth=[0, 0, 1, 1], up=[8, 16, 32], last=False),
         "block_at_quarter": dict(down=[16, 32, 48, 64], depth=[0, 1, 1, 2], up=[16, 16, 32], last=False),
         "last_convolution": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 2], up=[16, 16, 32], last=True),
         "inverted": dict(down=[16, 32, 48, 64], depth=[0, 1, 2, 3], up=[16, 16, 32], kind="inverted", last=False),
@@ -22,8 +22,8 @@ SHAPES = {
         "wide": dict(down=[16, 32, 64, 96], depth=[0, 1, 1, 2], up=[16, 32, 48], last=False),
     },
     "360p": {
-        "full": PLANS["full", "360p"],
-        "small": PLANS["small", "360p"],
+        "chosen": PLANS["360p"],
+        "small": dict(step=4, down=[16, 16, 32, 48], depth=[0, 0, 1, 1], up=[16, 16, 32], last=False),
         "step_of_two": dict(down=[16, 16, 32, 48, 64], depth=[0, 0, 0, 1, 2], up=[16, 16, 16, 32], last=False),
         "last_convolution": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 2], up=[32, 16, 32], last=True),
         "inverted": dict(step=4, down=[32, 32, 48, 64], depth=[0, 1, 2, 3], up=[32, 16, 32], kind="inverted", last=False),

@@ -5,7 +5,7 @@ SUB = 2  # pixels of 640 x 360 along the side of what a network for 256 x 144 ta
 
 
 def take_over(state, network):
-    """Starts from weights of the same kind of network.
+    """Starts from another network's weights.
 
     One for 640 x 360 that starts from one for 256 x 144 first computes what that one makes of the picture at half its
     size: the first convolution's weights are spread over squares of 2 x 2 pixels, the last one's values go to each pixel

@@ -48,7 +48,7 @@ void PrintSpeed(network_check::ModelRun& model, const std::string& name) {
     std::printf("%-26s %8.2f %8.2f\n", name.c_str(), took.front(), took[took.size() / 2]);
 }
 
-// For tests/unit/networks/expected. calyr_re has calyr's weights and needs none of its own.
+// For tests/unit/networks/expected. The families share their weights, so calyr's samples are enough there.
 void WriteSample(network_check::ModelRun& model, const std::string& name, const std::filesystem::path& folder) {
     const std::filesystem::path file = folder / (name.substr(0, name.find("_input")) + ".pgm");
     const std::string sample = network_check::SampleMask(model);

@@ -1,0 +1,114 @@
+"""Random batches of pictures with the fourth plane as it is used: right, late, the network's own, empty or wrong."""
+import numpy
+import torch
+
+from heads import COLUMNS, ROWS
+
+NOISE_VALUES = 1 << 22
+
+
+class Batches:
+    """scenes: a Scenes. Keeps the network's own masks, as it made them when it last saw each picture."""
+
+    def __init__(self, scenes, seed):
+        self.scenes = scenes
+        self.seed = seed
+        self.own = numpy.zeros(scenes.masks.shape, numpy.uint8)
+        self.seen = numpy.zeros(scenes.masks.shape[:2], bool)
+        self.noise = numpy.random.RandomState(seed).randn(NOISE_VALUES).astype(numpy.float32)
+
+    def sample(self, step, size):
+        """Returns batch `step`: planes, masks, weights of pixels, face scores, face boxes, gestures, and where the pictures come from."""
+        random = numpy.random.RandomState((self.seed * 1000003 + step) % (1 << 32))
+        count, length = self.scenes.masks.shape[:2]
+        height, width = self.scenes.masks.shape[2:]
+        planes = numpy.empty((size, 4, height, width), numpy.float32)
+        masks = numpy.empty((size, 1, height, width), numpy.float32)
+        weights = numpy.empty((size, 1, height, width), numpy.float32)
+        score = numpy.zeros((size, ROWS, COLUMNS), numpy.float32)
+        box = numpy.zeros((size, 4, ROWS, COLUMNS), numpy.float32)
+        gesture = numpy.empty(size, numpy.int64)
+        places = []
+        for index in range(size):
+            scene, frame = random.randint(count), random.randint(length)
+            flip = bool(random.randint(2))
+            view = slice(None, None, -1) if flip else slice(None)
+            self._picture(random, self.scenes.pictures[scene, frame][:, view], planes[index, :3])
+            planes[index, 3] = self._previous(random, scene, frame)[:, view]
+            masks[index, 0] = self.scenes.masks[scene, frame][:, view]
+            weights[index, 0] = edge_weight(masks[index, 0])
+            self._faces(scene, frame, flip, score[index], box[index])
+            gesture[index] = self.scenes.gesture(scene, frame, flip)
+            places.append((scene, frame, flip))
+        planes[:, 3] *= 1 / 255
+        masks *= 1 / 255
+        return [torch.from_numpy(a) for a in (planes, masks, weights, score, box, gesture)] + [places]
+
+    def keep(self, places, logits):
+        """Remembers what the network made of a batch."""
+        masks = (torch.sigmoid(logits.detach()[:, 0]) * 255 + 0.5).to(torch.uint8).numpy()
+        for (scene, frame, flip), mask in zip(places, masks):
+            self.own[scene, frame] = mask[:, ::-1] if flip else mask
+            self.seen[scene, frame] = True
+
+    def _picture(self, random, picture, out):
+        """Other light, colours and noise than it was drawn with."""
+        level = numpy.arange(256, dtype=numpy.float32) / 255
+        gamma = numpy.exp(random.randn() * 0.2)
+        gain = numpy.exp(random.randn() * 0.15)
+        if random.rand() < 0.3:
+            gain, gamma = 1.0, 1.0
+        for channel in range(3):
+            curve = level ** gamma * gain * numpy.exp(random.randn() * 0.06) + random.randn() * 0.02
+            out[channel] = curve.astype(numpy.float32)[picture[:, :, channel]]
+        if random.rand() < 0.5:
+            start = random.randint(NOISE_VALUES - out.size)
+            out += self.noise[start:start + out.size].reshape(out.shape) * numpy.float32(random.rand() ** 2 * 0.06)
+        numpy.clip(out, 0, 1, out=out)
+
+    def _previous(self, random, scene, frame):
+        """The fourth plane, bytes."""
+        masks = self.scenes.masks
+        kind = random.rand()
+        before = max(frame - 1, 0)
+        if kind < 0.30:
+            return numpy.zeros(masks.shape[2:], numpy.uint8)
+        if kind < 0.60 and self.seen[scene, before]:
+            return self.own[scene, before]
+        if kind < 0.68 and self.seen[scene, frame]:
+            return self.own[scene, frame]  # nothing has moved, the noise is another
+        if kind < 0.82:
+            return masks[scene, before]
+        if kind < 0.90:  # late: from frames ago, or moved as if it were
+            late = masks[scene, random.randint(frame + 1)]
+            return moved(late, random.randint(-12, 13), random.randint(-6, 7))
+        if kind < 0.97:  # of another picture
+            return masks[random.randint(masks.shape[0]), random.randint(masks.shape[1])]
+        return numpy.full(masks.shape[2:], 255 * random.randint(2), numpy.uint8)
+
+    def _faces(self, scene, frame, flip, score, box):
+        for x, y, width, height in self.scenes.faces(scene, frame):
+            x = 1 - x if flip else x
+            column, row = int(x * COLUMNS), int(y * ROWS)
+            if 0 <= column < COLUMNS and 0 <= row < ROWS:
+                score[row, column] = 1
+                box[:, row, column] = ((x * COLUMNS - column + 0.5) / 2, (y * ROWS - row + 0.5) / 2, width, height)
+
+
+def edge_weight(mask, extra=3.0):
+    """Returns 1 for each pixel, and up to `extra` more within two pixels of the outline. mask: 0 to 255."""
+    for axis in (0, 1):
+        padded = numpy.pad(mask, [(2, 2) if axis == 0 else (0, 0), (2, 2) if axis == 1 else (0, 0)], mode="edge")
+        length = mask.shape[axis]
+        mask = sum(padded[at:at + length] if axis == 0 else padded[:, at:at + length] for at in range(5))
+    mean = mask * numpy.float32(1 / (25 * 255))
+    return 1 + 4 * extra * mean * (1 - mean)
+
+
+def moved(mask, right, down):
+    """Returns the mask moved by pixels, with nothing where it came from."""
+    height, width = mask.shape
+    out = numpy.zeros_like(mask)
+    out[max(down, 0):height + min(down, 0), max(right, 0):width + min(right, 0)] = \
+        mask[max(-down, 0):height + min(-down, 0), max(-right, 0):width + min(-right, 0)]
+    return out

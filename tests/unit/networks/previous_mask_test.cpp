@@ -1,0 +1,66 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "network_check_tool/evaluation.h"
+#include "network_check_tool/overlap.h"
+#include "reference_models.h"
+
+namespace {
+
+using network_check::Overlap;
+using networks_tests::Draw;
+using networks_tests::Empty;
+using networks_tests::Model;
+
+constexpr int kScenes = 8;
+
+// Hard to see: little light and much noise. The same on every system.
+std::vector<std::uint8_t> Spoiled(const std::vector<std::uint8_t>& rgb, std::uint32_t seed) {
+    std::minstd_rand random(seed);
+    std::vector<std::uint8_t> spoiled(rgb.size());
+    std::transform(rgb.begin(), rgb.end(), spoiled.begin(), [&random](std::uint8_t byte) {
+        const int noise = static_cast<int>(random() % 81) - 40;
+        return static_cast<std::uint8_t>(std::clamp(byte / 3 + 30 + noise, 0, 255));
+    });
+    return spoiled;
+}
+
+class PreviousMask : public testing::TestWithParam<std::string> {};
+
+TEST_P(PreviousMask, HelpsWhereThePictureIsHardToSee) {
+    auto& model = Model(GetParam());
+    double alone = 0;
+    double following = 0;
+    for (std::uint32_t i = 0; i < kScenes; ++i) {
+        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + i);
+        const std::vector<std::uint8_t> rgb = Spoiled(frame.rgb, i + 1);
+        alone += Overlap(model.Infer(rgb, Empty(model)), frame.mask);
+        following += Overlap(model.Infer(rgb, frame.mask), frame.mask);
+    }
+    EXPECT_GT(following / kScenes, alone / kScenes + 0.03);
+}
+
+TEST_P(PreviousMask, IsOvercomeWhereItIsWrong) {
+    auto& model = Model(GetParam());
+    double alone = 0;
+    double afterWrong = 0;
+    for (std::uint32_t i = 0; i < kScenes; ++i) {
+        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + i);
+        std::vector<std::uint8_t> mask = Draw(model, network_check::kFirstSeed + i + 1).mask;
+        for (int round = 0; round < 4; ++round)
+            mask = model.Infer(frame.rgb, mask);
+        afterWrong += Overlap(mask, frame.mask);
+        alone += Overlap(model.Infer(frame.rgb, Empty(model)), frame.mask);
+    }
+    EXPECT_GT(afterWrong / kScenes, alone / kScenes - 0.05);
+}
+
+INSTANTIATE_TEST_SUITE_P(Reference, PreviousMask, testing::Values("calyr_144p", "inhouse_360p"),
+                         [](const auto& each) { return each.param; });
+
+}  // namespace

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <thread>
 
+#include "velmo_run/open_media.h"
 #include "velmo_run/progress.h"
 #include "velmo_run/reader_stage.h"
 #include "velmo_run/stop_sign.h"
@@ -159,6 +160,14 @@ TEST_F(Reading, StopsAtTheSign) {
     Read(100, std::nullopt);
     EXPECT_EQ(m_belt.Completed(Stage::Read), 0u);
     EXPECT_TRUE(m_belt.AwaitClosed(Stage::Read, 0ms));
+}
+
+TEST(StandardInput, IsReadWithoutTouchingTheOutputThatItIsTiedTo) {
+    std::istringstream in("YUV4MPEG2 W2 H2 Cmono\n");
+    std::ostringstream out;
+    in.tie(&out);
+    (void)velmo_run::OpenSource("-", {in, out});
+    EXPECT_EQ(in.tie(), nullptr);
 }
 
 TEST(StopSign, KeepsTheFirstReason) {

@@ -163,6 +163,16 @@ TEST(Report, NeedsNoOtherFile) {
     EXPECT_EQ(pictures, 6u);
 }
 
+TEST(Report, TellsOfFramesBeyondTheScaleOfItsChart) {
+    RunReport report = Example();
+    report.timeline.columns[5].max = report.latency.max;
+    EXPECT_THAT(HtmlReport(report), HasSubstr("beyond the scale: the slowest took"));
+    report.latency.max = report.latency.p99;
+    for (auto& column : report.timeline.columns)
+        column.max = std::min(column.max, report.latency.max);
+    EXPECT_THAT(HtmlReport(report), Not(HasSubstr("beyond the scale")));
+}
+
 TEST(Report, OfARunWithoutAFrameIsAPageToo) {
     RunReport report;
     report.reason = "there is no frame in it";

@@ -129,10 +129,15 @@ class Page {
                       " frames: the line reaches from the fastest to the slowest, the dot is the one in the middle. ";
         }
         m_html += "The strip shows what became of the frames.</p>\n";
-        m_html += TimelineChart(m_report, m_numbers) + "<div class=\"key\">\n";
+        const std::string timeline = TimelineChart(m_report, m_numbers);
+        m_html += timeline + "<div class=\"key\">\n";
         Key("inferred", "inferred");
         Key("reused", "skipped: an older mask");
         Key("without", "without a mask");
+        if (timeline.find(kBeyondMark) != std::string::npos) {
+            m_html +=
+                "<span>\u25B2 beyond the scale: the slowest took " + Number("/latencyMs/max", 1) + "\u202fms</span>\n";
+        }
         if (!m_report.swapRequests.empty()) Key("swap", "engine asked for (dotted) and swapped (solid)");
         m_html += "</div>\n</section>\n<section>\n<h2>How the latencies are spread</h2>\n";
         m_html += HistogramChart(m_report, m_numbers) + "</section>\n";

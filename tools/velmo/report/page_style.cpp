@@ -66,7 +66,7 @@ td.text { overflow-wrap: anywhere; }
 .metrics th.c { text-align: center; border-bottom-color: transparent; }
 .metrics .first { padding-left: 34px; }
 .metrics td, .metrics th { padding-right: 10px; }
-.pair { display: grid; grid-template-columns: 1fr 1fr; gap: 18px; } .pair section { min-width: 0; }
+.pair { display: grid; grid-template-columns: 1fr 1fr; gap: 18px; align-items: start; } .pair section { min-width: 0; }
 .pair td:first-child { color: var(--quiet); width: 38%; }
 details { margin-top: 10px; } summary { cursor: pointer; color: var(--quiet); font-size: 14px; }
 pre { font: 12px/1.5 ui-monospace, "DejaVu Sans Mono", Consolas, monospace; margin: 8px 0 0; white-space: pre-wrap;

@@ -89,8 +89,8 @@ class Drawing {
         m_svg += std::string("<circle class=\"") + (isReused ? "dot reused" : "dot inferred") + "\" cx=\"" + Place(x) +
                  "\" cy=\"" + Place(middle) + "\" r=\"1.9\"/>\n";
         if (isBeyond) {
-            m_svg += "<path class=\"beyond\" d=\"M" + Place(x - 4) + " " + Place(kTop + 2) + "h8l-4 -7z\"><title>" +
-                     TickText(column.max, 0.1) + " ms</title></path>\n";
+            m_svg += std::string("<path ") + kBeyondMark + " d=\"M" + Place(x - 4) + " " + Place(kTop + 2) +
+                     "h8l-4 -7z\"><title>" + TickText(column.max, 0.1) + " ms</title></path>\n";
         }
     }
 

@@ -130,12 +130,13 @@ TEST_F(RunFails, WithoutTheProcess) {
 }
 
 TEST_F(RunFails, RatherThanOverwriteAFile) {
-    for (const char* name : {"a.y4m", "m.y4m", "r.html", "j.json", "c.csv"}) {
+    for (const char* name : {"a.y4m", "m.y4m", "r.html", "j.json", "c.csv", "s.png"}) {
         m_options.output = At("a.y4m");
         m_options.masks = At("m.y4m");
         m_options.report = At("r.html");
         m_options.json = At("j.json");
         m_options.csv = At("c.csv");
+        m_options.sheet = At("s.png");
         Put(name, "mine");
         EXPECT_EQ(RunFrames(2, Still), 1);
         EXPECT_THAT(m_talk.Text(), HasSubstr(std::string(name) + " is there already; --force overwrites it"));
@@ -146,6 +147,7 @@ TEST_F(RunFails, RatherThanOverwriteAFile) {
     m_options.force = true;
     EXPECT_EQ(RunFrames(2, Still), 0) << m_talk.Text();
     EXPECT_THAT(FramesAt("a.y4m"), SizeIs(2));
+    EXPECT_THAT(process_tests::FileText(At("s.png")), testing::StartsWith("\x89PNG"));
 }
 
 TEST_F(RunFails, OnOutputsThatCannotBe) {

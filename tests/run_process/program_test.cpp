@@ -86,7 +86,7 @@ TEST_F(Program, TellsACommandLineThatCannotBeRight) {
 
 TEST_F(Program, ExplainsItself) {
     EXPECT_EQ(RunProgram({"run", "--help"}), 0);
-    for (const char* word : {"--output", "--masks", "--background", "--report", "--json", "--csv", "--force",
+    for (const char* word : {"--output", "--masks", "--background", "--report", "--json", "--csv", "--sheet", "--force",
                              "--family", "--quality", "--device", "--temporal", "--engine-dir", "--model-dir",
                              "--frames-in-flight", "--fps", "--swap-at", "--frames", "Exit code"})
         EXPECT_THAT(m_out, HasSubstr(word));

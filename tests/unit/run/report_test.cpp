@@ -1,11 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "full_disk.h"
 #include "velmo_media/media_error.h"
@@ -15,6 +17,7 @@
 #include "velmo_report/html_report.h"
 #include "velmo_report/html_text.h"
 #include "velmo_report/report_json.h"
+#include "velmo_report/sheet_picture.h"
 
 namespace run_tests {
 namespace {
@@ -31,6 +34,7 @@ using velmo_report::FrameOutcome;
 using velmo_report::FrameRecord;
 using velmo_report::HtmlReport;
 using velmo_report::RunReport;
+using velmo_report::SheetFrame;
 
 // A run with something in every part.
 RunReport Example() {
@@ -189,6 +193,44 @@ TEST(Report, ReplacesBytesThatAreNoText) {
         "b";
     EXPECT_TRUE(json::accept(velmo_report::JsonText(report)));
     EXPECT_THAT(HtmlReport(report), HasSubstr("a\\xFFb"));
+}
+
+TEST(SheetPicture, HasAColumnForEachFrameWithItsMaskAndComposite) {
+    const auto filled = [](velmo_media::Size size, std::uint8_t value) {
+        velmo_media::Picture picture({}, size);
+        std::fill(picture.Bytes().begin(), picture.Bytes().end(), value);
+        return picture;
+    };
+    velmo_media::Picture mask({velmo_media::ColourModel::Grey, 0, 0, velmo_media::ColourRange::Full}, {2, 1});
+    mask.Plane(0)[0] = 200;
+    mask.Plane(0)[1] = 100;
+    const std::vector<SheetFrame> frames = {{0, FrameOutcome::Inferred, filled({2, 1}, 1), mask, filled({2, 1}, 2)},
+                                            {9, FrameOutcome::Reused, filled({2, 1}, 3), mask, filled({2, 1}, 4)}};
+
+    const velmo_media::Picture sheet = velmo_report::SheetPicture(frames);
+
+    constexpr std::uint32_t kGap = velmo_report::kSheetGap;
+    constexpr std::uint32_t kWidth = kGap + 2 * (2 + kGap);
+    ASSERT_EQ(sheet.Dimensions(), (velmo_media::Size{kWidth, kGap + 3 * (1 + kGap)}));
+    const auto at = [&](std::size_t plane, std::uint32_t x, std::uint32_t y) {
+        return int{sheet.Plane(plane)[std::size_t{y} * kWidth + x]};
+    };
+    for (std::size_t plane = 0; plane < 3; ++plane) {
+        EXPECT_EQ(at(plane, 0, 0), velmo_report::kSheetBackground);
+        EXPECT_EQ(at(plane, kGap - 1, kGap), velmo_report::kSheetBackground);
+        EXPECT_EQ(at(plane, kGap, kGap), 1);
+        EXPECT_EQ(at(plane, kGap + 1, kGap), 1);
+        EXPECT_EQ(at(plane, kGap + 2, kGap), velmo_report::kSheetBackground);
+        EXPECT_EQ(at(plane, kGap, 2 * kGap + 1), 200);
+        EXPECT_EQ(at(plane, kGap + 1, 2 * kGap + 1), 100);
+        EXPECT_EQ(at(plane, kGap, 3 * kGap + 2), 2);
+        EXPECT_EQ(at(plane, 2 * kGap + 2, kGap), 3);
+        EXPECT_EQ(at(plane, 2 * kGap + 3, 3 * kGap + 2), 4);
+    }
+}
+
+TEST(SheetPicture, OfNoFramesIsEmpty) {
+    EXPECT_EQ(velmo_report::SheetPicture({}).Dimensions().Area(), 0U);
 }
 
 TEST(HtmlText, KeepsTextAndShowsWhatIsNone) {

@@ -51,9 +51,9 @@ std::vector<Setting> SettingsOf(const RunOptions& options) {
 
 std::vector<Setting> FilesOf(const RunOptions& options) {
     std::vector<Setting> files;
-    for (const Setting& file :
-         {Setting{"composite", options.output}, Setting{"masks", options.masks}, Setting{"report", options.report},
-          Setting{"numbers of the report", options.json}, Setting{"row per frame", options.csv}}) {
+    for (const Setting& file : {Setting{"composite", options.output}, Setting{"masks", options.masks},
+                                Setting{"report", options.report}, Setting{"numbers of the report", options.json},
+                                Setting{"row per frame", options.csv}, Setting{"contact sheet", options.sheet}}) {
         if (!file.value.empty()) files.push_back(file);
     }
     return files;

@@ -96,6 +96,7 @@ void RunArguments::AddOutputs() {
     add("--report", m_options.report, "One HTML file that shows how the run went");
     add("--json", m_options.json, "The same numbers as JSON");
     add("--csv", m_options.csv, "One row per frame");
+    add("--sheet", m_options.sheet, "One PNG with some frames, their masks and composites");
     m_command->add_flag("--force", m_options.force, "Overwrite files that are there")->group("What is written");
 }
 
@@ -160,7 +161,7 @@ void RunArguments::AddPace() {
 RunOptions RunArguments::Options() const {
     RunOptions options = m_options;
     for (std::string* text : {&options.input, &options.output, &options.masks, &options.background, &options.report,
-                              &options.json, &options.csv, &options.program, &options.engineFolder})
+                              &options.json, &options.csv, &options.sheet, &options.program, &options.engineFolder})
         *text = velmo_tool::Utf8FromArgument(*text);
     if (options.program.empty()) options.program = m_programFolder + VELMOML_PROGRAM;
     if (options.engineFolder.empty()) options.engineFolder = m_programFolder;

@@ -24,6 +24,7 @@ struct RunOptions {
     std::string report;                // files; "" for none
     std::string json;
     std::string csv;
+    std::string sheet;  // PNG
 
     velmo_parent::ModelFamily family = velmo_parent::ModelFamily::Calyr;
     velmo_parent::ModelQuality quality = velmo_parent::ModelQuality::Low;

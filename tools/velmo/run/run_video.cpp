@@ -13,9 +13,11 @@
 #include "velmo_media/compositor.h"
 #include "velmo_media/media_error.h"
 #include "velmo_media/model_fit.h"
+#include "velmo_media/png_codec.h"
 #include "velmo_report/csv_writer.h"
 #include "velmo_report/html_report.h"
 #include "velmo_report/report_json.h"
+#include "velmo_report/sheet_picture.h"
 #include "velmo_run/engine_session.h"
 #include "velmo_run/frame_belt.h"
 #include "velmo_run/frame_writer.h"
@@ -99,11 +101,11 @@ void VideoRun::CheckOutputs() const {
     for (const std::string& output : {m_options.output, m_options.masks}) {
         if (!output.empty()) (void)SinkKindOf(output);
     }
-    for (const std::string& file : {m_options.report, m_options.json, m_options.csv}) {
+    for (const std::string& file : {m_options.report, m_options.json, m_options.csv, m_options.sheet}) {
         if (file == "-") throw RunError("pictures alone go to standard output: name a file for the rest");
     }
-    const std::vector<std::string> outputs = {m_options.output, m_options.masks, m_options.report, m_options.json,
-                                              m_options.csv};
+    const std::vector<std::string> outputs = {m_options.output, m_options.masks, m_options.report,
+                                              m_options.json,   m_options.csv,   m_options.sheet};
     for (auto output = outputs.begin(); output != outputs.end(); ++output) {
         if (output->empty()) continue;
         if (std::find(outputs.begin(), output, *output) != output) {
@@ -226,6 +228,11 @@ int VideoRun::Conclude(double bringUpSeconds, double seconds) {
         if (!m_options.json.empty()) WriteTextFile(m_options.json, velmo_report::JsonText(report), MayOverwrite());
         if (!m_options.report.empty())
             WriteTextFile(m_options.report, velmo_report::HtmlReport(report), MayOverwrite());
+        if (!m_options.sheet.empty() && !report.sheet.empty()) {
+            std::vector<std::uint8_t> png;
+            velmo_media::EncodePng(velmo_report::SheetPicture(report.sheet), png);
+            WriteTextFile(m_options.sheet, std::string(png.begin(), png.end()), MayOverwrite());
+        }
     } catch (const std::exception& error) {
         talk << "velmo: " << error.what() << std::endl;
         isGood = false;

@@ -14,11 +14,14 @@ using testing::SizeIs;
 
 class RunIsRobbed : public VideoRunTest {
  protected:
-    // Of the process, as the run has told it.
-    pid_t ProcessId() const {
+    // To the process, whose number the run has told.
+    void Send(int signal) const {
         const std::string text = m_talk.Text();
         const std::size_t at = text.find("process ");
-        return at == std::string::npos ? 0 : static_cast<pid_t>(std::atol(text.c_str() + at + 8));
+        ASSERT_NE(at, std::string::npos);
+        const auto id = static_cast<pid_t>(std::atol(text.c_str() + at + 8));
+        ASSERT_GT(id, 0) << "which would mean this program's whole group";
+        EXPECT_EQ(::kill(id, signal), 0);
     }
 };
 
@@ -26,10 +29,7 @@ TEST_F(RunIsRobbed, OfItsProcessTellsItAndKeepsWhatWasWritten) {
     m_options.masks = At("masks.y4m");
     m_options.json = At("run.json");
     EXPECT_EQ(RunFeed([this](std::uint64_t frame) {
-                  if (frame == 15) {
-                      EXPECT_GT(ProcessId(), 0);
-                      EXPECT_EQ(::kill(ProcessId(), SIGKILL), 0);
-                  }
+                  if (frame == 15) Send(SIGKILL);
                   return Still(frame);
               }),
               1);
@@ -45,9 +45,7 @@ TEST_F(RunIsRobbed, NotByACtrlCThatTheProcessHearsAsWell) {
     const velmo_run::InterruptWatch watch;
     EXPECT_EQ(RunFrames(20,
                         [this](std::uint64_t frame) {
-                            if (frame == 5) {
-                                EXPECT_EQ(::kill(ProcessId(), SIGINT), 0);
-                            }
+                            if (frame == 5) Send(SIGINT);
                             return Still(frame);
                         }),
               0)

@@ -16,8 +16,9 @@ std::vector<double> Ticks(double most) {
     while (most / step > kMostTicks)
         step *= 2;
     std::vector<double> ticks;
-    for (double value = 0; value <= most * (1 + 1e-9); value += step)
-        ticks.push_back(value);
+    const auto steps = static_cast<int>(most / step * (1 + 1e-9));
+    for (int tick = 0; tick <= steps; ++tick)
+        ticks.push_back(tick * step);
     return ticks;
 }
 

@@ -8,7 +8,6 @@
 namespace velmo_report {
 namespace {
 
-constexpr double kWidth = 1080;
 constexpr double kHeight = 300;
 constexpr double kLeft = 46;
 constexpr double kRight = 1060;

@@ -158,6 +158,7 @@ class InferenceProcess::Implementation {
              .environment = m_options.environment,
              .standardOutputPath = m_options.standardOutputPath,
              .standardErrorPath = m_options.standardErrorPath,
+             .outputToError = m_options.outputToError,
              .lifetime = m_options.endsWithThisProgram ? platform::Lifetime::ThisProcess : platform::Lifetime::ItsOwn});
         if (!outcome) return outcome;
         bool isTooLate = false;

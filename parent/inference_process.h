@@ -158,6 +158,7 @@ struct ProcessOptions {
     std::vector<std::pair<std::string, std::string>> environment{};  // set over the inherited ones
     std::string standardOutputPath{};                                // files to write; "" inherits the stream
     std::string standardErrorPath{};
+    bool outputToError = false;               // what it prints goes to its standard error, wherever that leads
     std::chrono::milliseconds silence{5000};  // until OnSilence; 0 for never
     // False lets the process outlive this program; it then ends by itself seven seconds later. Otherwise the system
     // ends it together with this program, however that ends.

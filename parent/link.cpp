@@ -76,7 +76,8 @@ Outcome Link::StartProcess(const ProcessStart& start) {
                                               .environment = start.environment,
                                               .standardOutputPath = start.standardOutputPath,
                                               .standardErrorPath = start.standardErrorPath,
-                                              .lifetime = start.lifetime},
+                                              .lifetime = start.lifetime,
+                                              .outputToError = start.outputToError},
                                              error);
     if (!m_process) return Outcome::Failure("can't start " + start.program + ": " + error);
     m_processId = m_process->Id();

@@ -83,6 +83,7 @@ struct ProcessStart {
     std::vector<std::pair<std::string, std::string>> environment{};  // set over the inherited ones
     std::string standardOutputPath{};                                // files to write; "" inherits the stream
     std::string standardErrorPath{};
+    bool outputToError = false;                                // what it prints goes to its standard error
     platform::Lifetime lifetime = platform::Lifetime::ItsOwn;  // what becomes of it when this process ends first
 };
 

@@ -58,6 +58,9 @@ struct ChildStart {
     std::string standardInputPath{};       // file to read; "" inherits the stream
     // Out: where not null, the child's standard output is a pipe, and this becomes the end to read from.
     std::unique_ptr<ChildPipe>* standardOutputPipe = nullptr;
+    // What the child prints goes to its standard error as well; the path and the pipe of its output are then not looked
+    // at.
+    bool outputToError = false;
 };
 
 // A started child. Destroying the object lets go of the child and does not end it (Linux: a child that has not

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 
 #include "platform/standard_streams.h"
 #include "roles.h"
@@ -24,11 +25,19 @@ int BeFfmpeg(int argumentCount, char** arguments) {
     return frames == 0 || input.find("fail") != std::string::npos ? 8 : 0;
 }
 
+int BeChattyProcess() {
+    std::puts(kChatter);
+    return 0;
+}
+
 }  // namespace run_process_tests
 
 int main(int argumentCount, char** arguments) {
     if (argumentCount > 1 && arguments[1] == std::string("-nostdin")) {
         return run_process_tests::BeFfmpeg(argumentCount, arguments);
+    }
+    if (argumentCount > 1 && std::string_view(arguments[1]).starts_with("velmo-run-")) {
+        return run_process_tests::BeChattyProcess();
     }
     ::testing::InitGoogleMock(&argumentCount, arguments);
     return RUN_ALL_TESTS();

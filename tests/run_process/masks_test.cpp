@@ -66,6 +66,30 @@ class RunMasks : public VideoRunTest {
     }
 };
 
+// Standard output that counts how often it is flushed.
+class CountedFlushes final : public std::stringbuf {
+ public:
+    int Count() const { return m_count; }
+
+ protected:
+    int sync() override {
+        ++m_count;
+        return 0;
+    }
+
+ private:
+    int m_count = 0;
+};
+
+TEST_F(RunMasks, AreFlushedByTheThreadThatWritesThemAndByNoOther) {
+    CountedFlushes flushes;
+    m_output = &flushes;
+    m_options.masks = "-";
+    EXPECT_EQ(RunFrames(2, Still), 0);
+    EXPECT_EQ(flushes.Count(), 1) << "only at their end, and not whenever something is read or said";
+    EXPECT_THAT(FramesOf(flushes.str()), SizeIs(2));
+}
+
 TEST_F(RunMasks, AreThoseOfTheNetworkAndMakeTheComposite) {
     constexpr std::uint64_t kFrames = 12;
     m_options.output = "-";

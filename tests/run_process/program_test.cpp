@@ -66,6 +66,15 @@ TEST_F(Program, TakesAVideoFromStandardInputToStandardOutput) {
     EXPECT_THAT(JsonAt("run.json").at("settings").dump(), HasSubstr("99.900 frames per second"));
 }
 
+TEST_F(Program, KeepsWhatItsProcessPrintsOutOfTheVideo) {
+    EXPECT_EQ(RunProgram(
+                  {"run", "--masks", "-", "--process", process_tests::ProgramFolder() + RUN_PROCESS_TESTS_PROGRAM, "-"},
+                  "YUV4MPEG2 W2 H2 F25:1 Cmono\nFRAME\nabcd"),
+              1);
+    EXPECT_EQ(m_out, "");
+    EXPECT_THAT(Errors(), HasSubstr(kChatter));
+}
+
 TEST_F(Program, TellsACommandLineThatCannotBeRight) {
     for (const std::vector<std::string>& words : {std::vector<std::string>{"run"},
                                                   {"run", "-", "--bogus"},

@@ -7,4 +7,8 @@ namespace run_process_tests {
 // ends with 8. Returns the exit code.
 int BeFfmpeg(int argumentCount, char** arguments);
 
+// This program as a process that prints and ends.
+inline constexpr const char* kChatter = "What a process prints is no video.";
+int BeChattyProcess();
+
 }  // namespace run_process_tests

@@ -48,6 +48,9 @@ int VideoRunTest::RunStream(std::streambuf& input) {
     std::istream in(&input);
     std::ostream out(m_output == nullptr ? m_written.rdbuf() : m_output);
     std::ostream talk(&m_talk);
+    // As std::cin and std::cerr are.
+    in.tie(&out);
+    talk.tie(&out);
     velmo_run::RunSurroundings surroundings{{in, out}, talk};
     surroundings.interrupted = m_interrupted;
     return velmo_run::RunVideo(m_options, surroundings);

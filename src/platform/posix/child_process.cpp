@@ -133,7 +133,7 @@ class SpawnedChild final : public ChildProcess {
 
 // Where one of the child's streams leads.
 struct StreamPlan {
-    enum class Kind { AsItIs, Null, File, FileToRead, SameAsOutput, Descriptor };
+    enum class Kind { AsItIs, Null, File, FileToRead, SameAsOutput, SameAsError, Descriptor };
     Kind kind = Kind::AsItIs;
     const char* path = nullptr;  // of a file
     int descriptor = -1;         // above the streams
@@ -186,6 +186,8 @@ bool SetUpStream(int stream, const StreamPlan& plan) {
             return true;
         case StreamPlan::Kind::SameAsOutput:
             return ::dup2(STDOUT_FILENO, stream) != -1;
+        case StreamPlan::Kind::SameAsError:
+            return ::dup2(STDERR_FILENO, stream) != -1;
         case StreamPlan::Kind::Descriptor:
             return ::dup2(plan.descriptor, stream) != -1;
         case StreamPlan::Kind::FileToRead:
@@ -244,7 +246,9 @@ int Become(const SpawnPlan& plan) {
         // A parent that died before the line above sends nothing any more.
         if (::getppid() != plan.parent) ::_exit(1);
     }
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    const bool errorFirst = plan.streams[STDOUT_FILENO].kind == StreamPlan::Kind::SameAsError;
+    for (const int stream :
+         {STDIN_FILENO, errorFirst ? STDERR_FILENO : STDOUT_FILENO, errorFirst ? STDOUT_FILENO : STDERR_FILENO}) {
         if (!SetUpStream(stream, plan.streams[static_cast<std::size_t>(stream)])) return errno;
     }
     KeepOnlyStreams();
@@ -374,7 +378,10 @@ class SpawnedChildren final : public ChildProcesses {
         }
         UniqueDescriptor writing;
         UniqueDescriptor reading;
-        if (start.standardOutputPipe != nullptr) {
+        if (start.outputToError) {
+            plan.streams[STDERR_FILENO] = To(STDERR_FILENO, start.standardErrorPath);
+            plan.streams[STDOUT_FILENO] = {StreamPlan::Kind::SameAsError, nullptr, -1};
+        } else if (start.standardOutputPipe != nullptr) {
             std::array<int, 2> ends{};
             if (::pipe2(ends.data(), O_CLOEXEC) != 0) return errno;
             reading = AboveStreams(UniqueDescriptor(ends[0]));

@@ -166,22 +166,22 @@ class ChildStreams {
  public:
     // False when a file can't be made or the system refuses; the reason is in GetLastError.
     bool Open(const ChildStart& start) {
-        const bool inputFromFile = !start.standardInputPath.empty();
-        m_input = inputFromFile ? InheritableFile(start.standardInputPath, GENERIC_READ)
-                                : InheritableStream(STD_INPUT_HANDLE);
-        if (inputFromFile && !m_input) return false;
-        if (start.standardOutputPipe != nullptr) {
-            if (!OpenPipe() || !OpenError(start)) return false;
-            ListHandles();
-            return true;
+        const bool isPiped = !start.outputToError && start.standardOutputPipe != nullptr;
+        m_outputIsError = start.outputToError;
+        m_errorIsOutput = !m_outputIsError && !isPiped && !start.standardErrorPath.empty() &&
+                          start.standardErrorPath == start.standardOutputPath;
+        if (!OpenStream(start.standardInputPath, GENERIC_READ, STD_INPUT_HANDLE, m_input)) return false;
+        if (isPiped && !OpenPipe()) return false;
+        if (!isPiped && !m_outputIsError &&
+            !OpenStream(start.standardOutputPath, GENERIC_WRITE, STD_OUTPUT_HANDLE, m_output)) {
+            return false;
         }
-        const bool outputToFile = !start.standardOutputPath.empty();
-        m_output = outputToFile ? InheritableFile(start.standardOutputPath, GENERIC_WRITE)
-                                : InheritableStream(STD_OUTPUT_HANDLE);
-        if (outputToFile && !m_output) return false;
-        m_sameFile = outputToFile && start.standardErrorPath == start.standardOutputPath;
-        if (!m_sameFile && !OpenError(start)) return false;
-        ListHandles();
+        if (!m_errorIsOutput && !OpenStream(start.standardErrorPath, GENERIC_WRITE, STD_ERROR_HANDLE, m_error)) {
+            return false;
+        }
+        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
+            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
+        }
         return true;
     }
 
@@ -197,8 +197,8 @@ class ChildStreams {
         if (!Any()) return true;
         info.StartupInfo.dwFlags |= STARTF_USESTDHANDLES;
         info.StartupInfo.hStdInput = m_input.Get();
-        info.StartupInfo.hStdOutput = m_output.Get();
-        info.StartupInfo.hStdError = m_sameFile ? m_output.Get() : m_error.Get();
+        info.StartupInfo.hStdOutput = m_outputIsError ? m_error.Get() : m_output.Get();
+        info.StartupInfo.hStdError = m_errorIsOutput ? m_output.Get() : m_error.Get();
         return attributes.Set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, m_handles.data(), m_count * sizeof(HANDLE));
     }
 
@@ -209,11 +209,10 @@ class ChildStreams {
         return handle && (reinterpret_cast<std::uintptr_t>(handle.Get()) & 3U) != 3U;
     }
 
-    bool OpenError(const ChildStart& start) {
-        const bool errorToFile = !start.standardErrorPath.empty();
-        m_error =
-            errorToFile ? InheritableFile(start.standardErrorPath, GENERIC_WRITE) : InheritableStream(STD_ERROR_HANDLE);
-        return m_error || !errorToFile;
+    // The file, or this program's own stream, which there may not be, when no file is named.
+    static bool OpenStream(const std::string& path, DWORD access, DWORD own, UniqueHandle& stream) {
+        stream = path.empty() ? InheritableStream(own) : InheritableFile(path, access);
+        return stream || path.empty();
     }
 
     bool OpenPipe() {
@@ -227,17 +226,12 @@ class ChildStreams {
         return ::SetHandleInformation(reading, HANDLE_FLAG_INHERIT, 0) != 0;
     }
 
-    void ListHandles() {
-        for (const UniqueHandle* handle : {&m_input, &m_output, &m_error}) {
-            if (CanBeListed(*handle)) m_handles[m_count++] = handle->Get();
-        }
-    }
-
     UniqueHandle m_input;
     UniqueHandle m_output;
     UniqueHandle m_error;
     UniqueHandle m_pipe;  // the child does not get it
-    bool m_sameFile = false;
+    bool m_errorIsOutput = false;
+    bool m_outputIsError = false;
     std::array<HANDLE, 3> m_handles{};
     std::size_t m_count = 0;
 };
@@ -267,7 +261,8 @@ class CreatedChildren final : public ChildProcesses {
         ChildStreams streams;
         HANDLE job = nullptr;
         PROCESS_INFORMATION created{};
-        // Names the step: the system's words alone don't tell a missing program from a missing folder of its output.
+        // The system's words alone don't tell a missing program, whose failure has no step in front, from a missing
+        // folder of its output.
         const auto refuse = [&error](const char* step, DWORD failure) {
             error = step + win32::ErrorText(failure);
             return nullptr;
@@ -276,9 +271,6 @@ class CreatedChildren final : public ChildProcesses {
         if (isTied && (job = Job()) == nullptr) return refuse("the job for it: ", ::GetLastError());
         const DWORD failure = Create(start, streams, job, created);
         if (failure != ERROR_SUCCESS) return refuse("", failure);
-        if (start.standardOutputPipe != nullptr) {
-            *start.standardOutputPipe = std::make_unique<PipeEnd>(streams.TakePipe());
-        }
         const UniqueHandle thread(created.hThread);
         auto child = std::make_unique<CreatedChild>(UniqueHandle(created.hProcess), created.dwProcessId);
         if (isTied) {
@@ -288,6 +280,9 @@ class CreatedChildren final : public ChildProcesses {
                 child->Kill();
                 return refuse("tying it: ", refusal);
             }
+        }
+        if (UniqueHandle pipe = streams.TakePipe()) {
+            *start.standardOutputPipe = std::make_unique<PipeEnd>(std::move(pipe));
         }
         return child;
     }

@@ -278,13 +278,14 @@ TEST_F(LinkTest, OpensAndStartsNothingWithABadId) {
 }
 
 TEST_F(LinkTest, StartsTheProcessWithItsIdAsTheCommandLine) {
-    ASSERT_TRUE(m_link.StartProcess({"bin/program", {{"NAME", "value"}}, "out.txt", "err.txt"}));
+    ASSERT_TRUE(m_link.StartProcess({"bin/program", {{"NAME", "value"}}, "out.txt", "err.txt", true}));
     ASSERT_EQ(m_children.starts.size(), 1U);
     EXPECT_EQ(m_children.starts[0].program, "bin/program");
     EXPECT_EQ(m_children.starts[0].commandTail, "id");
     EXPECT_THAT(m_children.starts[0].environment, ElementsAre(std::pair<std::string, std::string>("NAME", "value")));
     EXPECT_EQ(m_children.starts[0].standardOutputPath, "out.txt");
     EXPECT_EQ(m_children.starts[0].standardErrorPath, "err.txt");
+    EXPECT_TRUE(m_children.starts[0].outputToError);
     EXPECT_EQ(m_link.ProcessId(), 4711U);
     EXPECT_THAT(m_link.StartProcess({"again"}).Why(), HasSubstr("already"));
 }

@@ -295,6 +295,20 @@ TEST(TiedChild, CanBeMissingAsAnyOther) {
     EXPECT_THAT(error, Not(IsEmpty()));
 }
 
+TEST(ChildProcess, SendsItsOutputWhereItsErrorsGo) {
+    const TemporaryFile errors;
+    const TemporaryFile unused;
+    ChildStart start{OwnProgram(), "tail:to the errors", {}, {}, errors.Path()};
+    start.outputToError = true;
+    EXPECT_EQ(OwnChild(start).EndCode(), 0);
+    EXPECT_EQ(errors.Content(), "to the errors");
+
+    start.standardOutputPath = unused.Path();
+    EXPECT_EQ(OwnChild(start).EndCode(), 0);
+    EXPECT_EQ(errors.Content(), "to the errors");
+    EXPECT_EQ(unused.Content(), "");
+}
+
 TEST(ChildProcess, InheritsStreamsThatAreNotSentElsewhere) {
     EXPECT_EQ(OutputOf("nested:tail:from below"), "from below");
 }

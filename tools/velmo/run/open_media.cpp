@@ -101,10 +101,7 @@ bool BeginsLikeY4m(const std::string& name) {
 }  // namespace
 
 std::unique_ptr<velmo_media::FrameSource> OpenSource(const std::string& input, const StandardStreams& streams) {
-    if (input == kStandardStream) {
-        streams.in.tie(nullptr);  // each read would flush standard output, on another thread than the one that writes
-        return std::make_unique<velmo_media::Y4mReader>(streams.in, "standard input");
-    }
+    if (input == kStandardStream) return std::make_unique<velmo_media::Y4mReader>(streams.in, "standard input");
     std::error_code error;
     const fs::path path = PathOf(input);
     if (fs::is_directory(path, error)) return std::make_unique<velmo_media::PngFolderSource>(path);

@@ -257,7 +257,9 @@ int VideoRun::Run() {
     velmo_media::Compositor compositor(OpenBackground(m_options.background), format.pixels, format.size);
 
     ProcessWatcher watcher(model.Area(), m_reading->belt, m_journal, m_reading->stop);
-    velmo_parent::InferenceProcess process({.program = m_options.program, .idPrefix = "velmo-run"}, watcher);
+    // The process and its libraries may print as well, which is no part of a video.
+    velmo_parent::InferenceProcess process(
+        {.program = m_options.program, .idPrefix = "velmo-run", .outputToError = true}, watcher);
     const Clock::time_point beforeBringUp = Clock::now();
     BringUp(process, m_options, m_journal, [this] { return LookAround(); });
     const double bringUpSeconds = Seconds(beforeBringUp, Clock::now());
@@ -278,6 +280,9 @@ int VideoRun::Run() {
 }  // namespace
 
 int RunVideo(const RunOptions& options, const RunSurroundings& surroundings) {
+    // Streams tied to the output flush it whenever they are used, on other threads than the one that writes it.
+    surroundings.streams.in.tie(nullptr);
+    surroundings.talk.tie(nullptr);
     try {
         return VideoRun(options, surroundings).Run();
     } catch (const std::exception& error) {

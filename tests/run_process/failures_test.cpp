@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -152,27 +153,73 @@ TEST_F(RunFails, RatherThanOverwriteAFile) {
 
 TEST_F(RunFails, OnOutputsThatCannotBe) {
     m_options.output = m_options.masks = "-";
-    EXPECT_EQ(RunFrames(2, Still), 1);
+    EXPECT_EQ(RunFrames(2, Still), 2);
     EXPECT_THAT(m_talk.Text(), HasSubstr("two outputs can't go to the same place, -"));
+    m_options.output = At("pictures");
+    for (const char* name : {"pictures/", "./pictures", "models/../pictures"}) {
+        m_options.masks = At(name);
+        EXPECT_EQ(RunFrames(2, Still), 2) << name;
+    }
+    EXPECT_FALSE(std::filesystem::exists(m_folder.Path() / "pictures"));
     Put("clip.y4m", Clip(2));
     m_options.input = m_options.output = At("clip.y4m");
     m_options.force = true;
-    EXPECT_EQ(Run(), 1);
+    EXPECT_EQ(Run(), 2);
     EXPECT_THAT(m_talk.Text(), HasSubstr("the input can't be an output, "));
     EXPECT_EQ(process_tests::FileText(At("clip.y4m")), Clip(2));
     m_options.input = "-";
     m_options.masks.clear();
     m_options.json = "-";
-    EXPECT_EQ(RunFrames(2, Still), 1);
+    EXPECT_EQ(RunFrames(2, Still), 2);
     EXPECT_THAT(m_talk.Text(), HasSubstr("pictures alone go to standard output"));
     m_options.json.clear();
     m_options.output = At("out.mp4");
-    EXPECT_EQ(RunFrames(2, Still), 1);
+    EXPECT_EQ(RunFrames(2, Still), 2);
     EXPECT_THAT(m_talk.Text(), HasSubstr("ffmpeg -i -"));
     m_options.output.clear();
     m_options.background = "mauve-ish";
     EXPECT_EQ(RunFrames(2, Still), 1);
     EXPECT_THAT(m_talk.Text(), HasSubstr("neither \"blur\", a colour such as"));
+}
+
+TEST_F(RunFails, BeforeAnythingIsStartedWhereNoFolderIs) {
+    m_options.program = At("velmoml-of-nobody");
+    for (std::string velmo_run::RunOptions::*file :
+         {&velmo_run::RunOptions::output, &velmo_run::RunOptions::masks, &velmo_run::RunOptions::report,
+          &velmo_run::RunOptions::json, &velmo_run::RunOptions::csv, &velmo_run::RunOptions::sheet}) {
+        m_options.*file = At("nowhere/file.y4m");
+        EXPECT_EQ(RunFrames(2, Still), 1);
+        (m_options.*file).clear();
+    }
+    EXPECT_THAT(m_talk.Text(), HasSubstr("nowhere/file.y4m: its folder is not there"));
+    EXPECT_THAT(m_talk.Text(), Not(HasSubstr("no process")));
+}
+
+TEST_F(RunFails, ClaimsNoFileThatItCouldNotWrite) {
+    m_options.report = At("models");
+    m_options.json = At("run.json");
+    EXPECT_EQ(RunFrames(2, Still), 1);
+    EXPECT_THAT(m_talk.Text(), HasSubstr("velmo: can't write "));
+    EXPECT_THAT(m_talk.Text(), Not(HasSubstr("(report)")));
+    EXPECT_THAT(m_talk.Text(), HasSubstr("run.json (numbers of the report)")) << "the others are written";
+    EXPECT_EQ(JsonAt("run.json").at("state"), "complete");
+}
+
+TEST_F(RunFails, WhenInterruptedAndNotByAStreamThatIsCutOffThen) {
+    bool isInterrupted = false;  // written by the thread that reads, which is gone when it is read
+    std::atomic<bool> interrupted = false;
+    m_interrupted = [&] { return interrupted.load(); };
+    m_options.json = At("run.json");
+    EXPECT_EQ(RunFeed([&](std::uint64_t frame) {
+                  if (frame < 5) return Still(frame);
+                  if (isInterrupted) return Grey();
+                  interrupted = isInterrupted = true;
+                  return Grey(7);  // a part of a frame
+              }),
+              1);
+    EXPECT_EQ(JsonAt("run.json").at("state"), "interrupted");
+    EXPECT_THAT(m_talk.Text(), HasSubstr("velmo: interrupted after "));
+    EXPECT_THAT(m_talk.Text(), Not(HasSubstr("cut off")));
 }
 
 // The same on the scripted library.
@@ -226,6 +273,17 @@ TEST_F(RunOnScript, TellsFramesWhoseInferenceFails) {
     EXPECT_THAT(m_talk.Text(), HasSubstr("velmo: no frame got a mask"));
     EXPECT_EQ(JsonAt("run.json").at("frames").at("noMask"), 5);
     EXPECT_THAT(JsonAt("run.json").at("notices").dump(), HasSubstr("a frame failed"));
+    EXPECT_EQ(JsonAt("run.json").at("state"), "failed");
+    EXPECT_EQ(JsonAt("run.json").at("reason"), "no frame got a mask");
+}
+
+TEST_F(RunOnScript, FailsWhenInferenceFailsFromSomeFrameOn) {
+    Use("fail hvqInfer 3+ \"out of order\"");
+    m_options.json = At("run.json");
+    EXPECT_EQ(RunFrames(60, Changing), 1);
+    EXPECT_THAT(m_talk.Text(), HasSubstr("velmo: inference fails: by frame "));
+    EXPECT_EQ(JsonAt("run.json").at("state"), "failed");
+    EXPECT_EQ(JsonAt("run.json").at("frames").at("written"), 60);
 }
 
 TEST_F(RunFails, WhenInterruptedAndFinishesWhatIsOnItsWay) {

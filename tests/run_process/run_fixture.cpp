@@ -47,6 +47,10 @@ int VideoRunTest::RunFeed(const std::function<Grey(std::uint64_t)>& next) {
 int VideoRunTest::RunStream(std::streambuf& input) {
     std::istream in(&input);
     std::ostream out(m_output == nullptr ? m_written.rdbuf() : m_output);
+    return RunOn(in, out);
+}
+
+int VideoRunTest::RunOn(std::istream& in, std::ostream& out) {
     std::ostream talk(&m_talk);
     // As std::cin and std::cerr are.
     in.tie(&out);

@@ -66,6 +66,8 @@ class VideoRunTest : public ::testing::Test {
     int RunFeed(const std::function<Grey(std::uint64_t)>& next);
     // With this input, whatever the options say.
     int RunStream(std::streambuf& input);
+    // On these streams, for which nobody waits when the run has given up the thread that stands in one.
+    int RunOn(std::istream& in, std::ostream& out);
     // With the input that the options name.
     int Run();
 

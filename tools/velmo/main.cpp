@@ -57,9 +57,7 @@ int RunCheckEngine(velmo_tool::CheckEngineOptions options) {
     if (platform::IsTerminal(platform::StandardStream::Error)) surroundings.progress = velmo_run::ProgressForm::Bar;
     surroundings.beginWatching = [&watch] { watch.emplace(); };
     surroundings.interrupted = velmo_run::InterruptWatch::Interrupted;
-    const int code = velmo_run::RunVideo(options, surroundings);
-    std::cout.flush();
-    platform::EndProcess(code);  // a thread may stand in a read
+    platform::EndProcess(velmo_run::RunVideo(options, surroundings));  // a thread may stand in a read or a write
 }
 
 // A run's exit codes tell a wrong command line from a video that failed.

@@ -3,13 +3,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <sstream>
 #include <thread>
 
+#include "velmo_run/interrupt.h"
 #include "velmo_run/open_media.h"
+#include "velmo_run/process_watcher.h"
 #include "velmo_run/progress.h"
 #include "velmo_run/reader_stage.h"
+#include "velmo_run/run_journal.h"
 #include "velmo_run/stop_sign.h"
+#include "velmo_run/written_frames_log.h"
 
 namespace run_tests {
 namespace {
@@ -162,12 +167,99 @@ TEST_F(Reading, StopsAtTheSign) {
     EXPECT_TRUE(m_belt.AwaitClosed(Stage::Read, 0ms));
 }
 
-TEST(StandardInput, IsReadWithoutTouchingTheOutputThatItIsTiedTo) {
-    std::istringstream in("YUV4MPEG2 W2 H2 Cmono\n");
-    std::ostringstream out;
-    in.tie(&out);
-    (void)velmo_run::OpenSource("-", {in, out});
-    EXPECT_EQ(in.tie(), nullptr);
+TEST(FrameBelt, TellsWhenAStageHasCompletedAnotherFrame) {
+    FrameBelt belt(2);
+    EXPECT_FALSE(belt.AwaitMore(Stage::Answer, 0, 0ms));
+    belt.Complete(Stage::Answer);
+    EXPECT_TRUE(belt.AwaitMore(Stage::Answer, 0, 0ms));
+    EXPECT_FALSE(belt.AwaitMore(Stage::Answer, 1, 0ms));
+    std::thread other([&] { belt.Complete(Stage::Answer); });
+    EXPECT_TRUE(belt.AwaitMore(Stage::Answer, 1, 60s));
+    other.join();
+}
+
+velmo_run::FrameSlot SlotOf(std::uint64_t frame) {
+    velmo_run::FrameSlot slot;
+    slot.record.index = frame;
+    return slot;
+}
+
+TEST(WrittenFramesLog, KeepsNoFrameBehindItsClose) {
+    velmo_run::WrittenFramesLog log(false);
+    const auto begin = std::chrono::steady_clock::now() - 1h;
+    EXPECT_EQ(log.LastAt(begin), begin);
+    log.OnWritten(SlotOf(0), nullptr, nullptr);
+    log.Close();
+    const auto last = log.LastAt(begin);
+    EXPECT_GT(last, begin);
+    log.OnWritten(SlotOf(1), nullptr, nullptr);
+    EXPECT_EQ(log.Records().size(), 1U);
+    EXPECT_EQ(log.Written(), 1U);
+    EXPECT_EQ(log.LastAt(begin), last);
+}
+
+TEST(WrittenFramesLog, WantsPicturesOnlyWhereASheetIsKept) {
+    EXPECT_TRUE(velmo_run::WrittenFramesLog(true).WantsPictures(0));
+    EXPECT_FALSE(velmo_run::WrittenFramesLog(false).WantsPictures(0));
+}
+
+class Watching : public testing::Test {
+ protected:
+    velmo_run::FrameBelt m_belt{2};
+    velmo_run::RunJournal m_journal;
+    velmo_run::StopSign m_stop;
+    velmo_run::ProcessWatcher m_watcher{4, m_belt, m_journal, m_stop};
+};
+
+TEST_F(Watching, GivesUpASilentProcessOnceItHasAnsweredItsFirstInit) {
+    m_watcher.OnSilence({1h, true});
+    EXPECT_FALSE(m_stop.IsRaised()) << "a first engine may take long";
+    m_watcher.OnInit({});
+    m_watcher.OnSilence({29'999ms, false});
+    EXPECT_FALSE(m_stop.IsRaised());
+    m_watcher.OnSilence({30s, true});
+    EXPECT_EQ(m_stop.Why(), "the process has said nothing for 30 seconds");
+}
+
+TEST_F(Watching, KeepsTheFirstTimeThatInferenceFailsAndNotWhatTheCallerWished) {
+    using Cause = velmo_parent::StaleMasks::Cause;
+    m_watcher.OnMasksStale({Cause::FrozenByCaller, 18, 1s});
+    EXPECT_EQ(m_journal.InferenceFailure(), std::nullopt);
+    m_watcher.OnMasksStale({Cause::InferenceFails, 18, 1s});
+    m_belt.Complete(Stage::Answer);
+    m_watcher.OnMasksStale({Cause::InferenceFails, 18, 1s});
+    EXPECT_EQ(m_journal.InferenceFailure(), 0U);
+}
+
+// The handler that is set now.
+auto InterruptHandler() {
+    const auto handler = std::signal(SIGINT, SIG_IGN);
+    (void)std::signal(SIGINT, handler);
+    return handler;
+}
+
+TEST(InterruptShield, LeavesTheSecondInterruptAsTheOneThatEndsTheProgram) {
+    const velmo_run::InterruptWatch watch;
+    {
+        const velmo_run::InterruptShield shield;
+        EXPECT_EQ(InterruptHandler(), SIG_IGN);
+    }
+    EXPECT_NE(InterruptHandler(), SIG_IGN);
+    EXPECT_NE(InterruptHandler(), SIG_DFL);
+    (void)std::raise(SIGINT);
+    EXPECT_TRUE(velmo_run::InterruptWatch::Interrupted());
+    { const velmo_run::InterruptShield shield; }
+    EXPECT_EQ(InterruptHandler(), SIG_DFL);
+}
+
+TEST(IsSamePlace, KnowsAPlaceByEveryNameAlsoBeforeItIsThere) {
+    using velmo_run::IsSamePlace;
+    EXPECT_TRUE(IsSamePlace("nowhere/out", "nowhere/./out"));
+    EXPECT_TRUE(IsSamePlace("nowhere/out", "nowhere/out/"));
+    EXPECT_TRUE(IsSamePlace("./nowhere.y4m", "nowhere.y4m"));
+    EXPECT_TRUE(IsSamePlace("nowhere/../out", "out"));
+    EXPECT_FALSE(IsSamePlace("nowhere/out", "out"));
+    EXPECT_FALSE(IsSamePlace("-", "-")) << "in and out are two";
 }
 
 TEST(StopSign, KeepsTheFirstReason) {

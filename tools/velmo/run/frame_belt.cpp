@@ -43,6 +43,11 @@ bool FrameBelt::AwaitFewerInFlight(std::uint64_t most, std::chrono::milliseconds
                               [&] { return m_completed[At(Stage::Submit)] - m_completed[At(Stage::Answer)] < most; });
 }
 
+bool FrameBelt::AwaitMore(Stage stage, std::uint64_t completed, std::chrono::milliseconds patience) {
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, patience, [&] { return m_completed[At(stage)] > completed; });
+}
+
 bool FrameBelt::AwaitClosed(Stage stage, std::chrono::milliseconds patience) {
     std::unique_lock lock(m_mutex);
     return m_changed.wait_for(lock, patience, [&] { return m_closed[At(stage)]; });

@@ -40,6 +40,9 @@ class FrameBelt {
     // Waits until fewer than `most` frames have been submitted without being answered. False when the time ran out.
     bool AwaitFewerInFlight(std::uint64_t most, std::chrono::milliseconds patience);
 
+    // Waits until the stage has completed more than so many frames. False when the time ran out.
+    bool AwaitMore(Stage stage, std::uint64_t completed, std::chrono::milliseconds patience);
+
     // Waits until the stage is closed. False when the time ran out.
     bool AwaitClosed(Stage stage, std::chrono::milliseconds patience);
 

@@ -36,7 +36,8 @@ InterruptShield::InterruptShield() {
 }
 
 InterruptShield::~InterruptShield() {
-    if (!InterruptWatch::Interrupted()) (void)std::signal(SIGINT, OnInterrupt);
+    // Behind the first interrupt the second one ends this program.
+    (void)std::signal(SIGINT, InterruptWatch::Interrupted() ? SIG_DFL : OnInterrupt);
 }
 
 }  // namespace velmo_run

@@ -14,8 +14,9 @@ class InterruptWatch {
     static bool Interrupted();
 };
 
-// While this lives, Ctrl-C means nothing to this program. A child that is started meanwhile goes on meaning nothing by
-// it: a terminal tells everybody, but the child is ended by its parent, with its frames done. Inside an InterruptWatch.
+// While this lives, which should be for a moment, Ctrl-C means nothing to this program and is lost. A child that is
+// started meanwhile goes on meaning nothing by it: a terminal tells everybody, but the child is ended by its parent,
+// with its frames done. Inside an InterruptWatch.
 class InterruptShield {
  public:
     InterruptShield();

@@ -133,10 +133,22 @@ void CheckOverwriting(const std::string& output, Overwriting overwriting) {
     if (fs::is_regular_file(path, error)) throw MediaError(output + " is there already; --force overwrites it");
 }
 
-bool IsSamePlace(const std::string& input, const std::string& output) {
-    if (input == kStandardStream || output == kStandardStream) return false;
+bool IsSamePlace(const std::string& one, const std::string& other) {
+    if (one == kStandardStream || other == kStandardStream) return false;
     std::error_code error;
-    return fs::equivalent(PathOf(input), PathOf(output), error) && !error;
+    if (fs::equivalent(PathOf(one), PathOf(other), error) && !error) return true;
+    const auto whole = [](const std::string& name) {
+        std::error_code failure;
+        fs::path path = fs::weakly_canonical(fs::absolute(PathOf(name), failure), failure);
+        return path.has_filename() ? path : path.parent_path();  // without a separator at its end
+    };
+    return whole(one) == whole(other);
+}
+
+bool HasFolder(const std::string& file) {
+    const fs::path folder = PathOf(file).parent_path();
+    std::error_code error;
+    return folder.empty() || fs::is_directory(folder, error);
 }
 
 std::unique_ptr<velmo_media::FrameSink> OpenSink(const std::string& output, const velmo_media::VideoFormat& format,

@@ -10,6 +10,7 @@
 #include "velmo_media/frame_sink.h"
 #include "velmo_media/frame_source.h"
 #include "velmo_media/png_folder.h"
+#include "velmo_run/run_options.h"
 
 // What the texts of the command line stand for: streams, files and folders. All throw velmo_media::MediaError.
 namespace velmo_run {
@@ -19,6 +20,11 @@ struct StandardStreams {
     std::istream& in;
     std::ostream& out;
 };
+
+// Whether files that are there may go.
+inline velmo_media::Overwriting MayOverwrite(const RunOptions& options) {
+    return options.force ? velmo_media::Overwriting::Allowed : velmo_media::Overwriting::Refused;
+}
 
 // "-" is standard input; a folder of PNG files; a file in Y4M; any other file by ffmpeg.
 std::unique_ptr<velmo_media::FrameSource> OpenSource(const std::string& input, const StandardStreams& streams);
@@ -31,8 +37,11 @@ SinkKind SinkKindOf(const std::string& output);
 // That nothing is overwritten unless that is allowed: throws when the file, or a PNG file in the folder, is there.
 void CheckOverwriting(const std::string& output, velmo_media::Overwriting overwriting);
 
-// Whether both are there, and the same file or folder.
-bool IsSamePlace(const std::string& input, const std::string& output);
+// Whether both name one file or folder, also one that is not there yet. Standard input and output are no place.
+bool IsSamePlace(const std::string& one, const std::string& other);
+
+// Whether the folder that a file is to stand in is there.
+bool HasFolder(const std::string& file);
 
 // The format is that of the pictures to come; for a Y4M stream of Rgb pictures they are converted.
 std::unique_ptr<velmo_media::FrameSink> OpenSink(const std::string& output, const velmo_media::VideoFormat& format,

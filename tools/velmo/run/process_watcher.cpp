@@ -44,6 +44,16 @@ void ProcessWatcher::OnFrameLost(const velmo_parent::LostFrame& /*lost*/) {
     m_belt.Complete(Stage::Answer);
 }
 
+void ProcessWatcher::OnMasksStale(const velmo_parent::StaleMasks& stale) {
+    if (stale.cause == velmo_parent::StaleMasks::Cause::InferenceFails) {
+        m_journal.KeepInferenceFailure(m_belt.Completed(Stage::Answer));
+    }
+}
+
+void ProcessWatcher::OnInit(const velmo_parent::InitAnswer& /*answer*/) {
+    m_isUp = true;
+}
+
 void ProcessWatcher::OnLogLine(const velmo_parent::LogLine& line) {
     m_journal.KeepLine(line);
 }
@@ -53,7 +63,8 @@ void ProcessWatcher::OnNotice(const velmo_parent::Notice& notice) {
 }
 
 void ProcessWatcher::OnSilence(const velmo_parent::Silence& silence) {
-    if (silence.initIsPending || silence.duration < kLongestSilence) return;
+    // A first engine may take minutes. Later ones are brought up beside the frames, and explain nothing.
+    if (!m_isUp || silence.duration < kLongestSilence) return;
     m_stop.Raise("the process has said nothing for " +
                  std::to_string(std::chrono::duration_cast<std::chrono::seconds>(silence.duration).count()) +
                  " seconds");

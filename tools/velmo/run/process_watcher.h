@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+
 #include "velmo_parent/inference_process.h"
 #include "velmo_run/frame_belt.h"
 #include "velmo_run/run_journal.h"
@@ -8,7 +10,7 @@
 namespace velmo_run {
 
 // Puts what the process says where it belongs: results onto the belt, the rest into the journal; raises the sign when
-// the process ends by itself or is silent for too long.
+// the process ends by itself, or is silent for too long once it has answered its first Init.
 class ProcessWatcher final : public velmo_parent::ProcessListener {
  public:
     // All outlive this. `maskBytes` is the model's size.
@@ -17,6 +19,8 @@ class ProcessWatcher final : public velmo_parent::ProcessListener {
 
     void OnResult(const velmo_parent::Result& result) override;
     void OnFrameLost(const velmo_parent::LostFrame& lost) override;
+    void OnMasksStale(const velmo_parent::StaleMasks& stale) override;
+    void OnInit(const velmo_parent::InitAnswer& answer) override;
     void OnLogLine(const velmo_parent::LogLine& line) override;
     void OnNotice(const velmo_parent::Notice& notice) override;
     void OnSilence(const velmo_parent::Silence& silence) override;
@@ -28,6 +32,7 @@ class ProcessWatcher final : public velmo_parent::ProcessListener {
     FrameBelt& m_belt;
     RunJournal& m_journal;
     StopSign& m_stop;
+    std::atomic<bool> m_isUp{false};
 };
 
 // How a process ended, in words, with its last log lines on lines of their own.

@@ -49,11 +49,12 @@ std::vector<Setting> SettingsOf(const RunOptions& options) {
     return settings;
 }
 
-std::vector<Setting> FilesOf(const RunOptions& options) {
+std::vector<Setting> FilesOf(const RunOptions& options, bool hasSheet) {
     std::vector<Setting> files;
-    for (const Setting& file : {Setting{"composite", options.output}, Setting{"masks", options.masks},
-                                Setting{"report", options.report}, Setting{"numbers of the report", options.json},
-                                Setting{"row per frame", options.csv}, Setting{"contact sheet", options.sheet}}) {
+    for (const Setting& file :
+         {Setting{"composite", options.output}, Setting{"masks", options.masks}, Setting{"report", options.report},
+          Setting{"numbers of the report", options.json}, Setting{"row per frame", options.csv},
+          Setting{"contact sheet", hasSheet ? options.sheet : ""}}) {
         if (!file.value.empty()) files.push_back(file);
     }
     return files;
@@ -155,7 +156,6 @@ RunReport MakeReport(const RunOptions& options, const velmo_media::VideoFormat& 
                     format.chroma.empty() ? "RGB" : "C" + format.chroma, format.rate.numerator,
                     format.rate.denominator};
     report.settings = SettingsOf(options);
-    report.files = FilesOf(options);
     report.device = outcome.device;
     report.frames = CountsOf(records);
     report.seconds = outcome.seconds;
@@ -172,6 +172,7 @@ RunReport MakeReport(const RunOptions& options, const velmo_media::VideoFormat& 
     AddJournal(journal, report);
     report.machine = MachineFacts();
     report.sheet = frames.Sheet();
+    report.files = FilesOf(options, !report.sheet.empty());
     return report;
 }
 
@@ -188,9 +189,6 @@ std::string Summary(const RunReport& report) {
     text += "\ndevice      " + report.device + ", engine ready after " + Fixed(report.bringUpSeconds, 2) + " s";
     for (const velmo_report::Swap& swap : report.swaps)
         text += "\nswap        after frame " + std::to_string(swap.frame) + ": " + swap.text;
-    for (const Setting& file : report.files) {
-        if (file.value != "-") text += "\nwritten     " + file.value + " (" + file.name + ")";
-    }
     return text + "\n";
 }
 

@@ -10,4 +10,10 @@ class RunError : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// What is asked for can't be, whatever files there are.
+class UsageError : public RunError {
+ public:
+    using RunError::RunError;
+};
+
 }  // namespace velmo_run

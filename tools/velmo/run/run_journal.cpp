@@ -29,6 +29,11 @@ void RunJournal::KeepSwap(const AskedSwap& swap) {
     m_swaps.push_back(swap);
 }
 
+void RunJournal::KeepInferenceFailure(std::uint64_t frame) {
+    const std::lock_guard lock(m_mutex);
+    if (!m_inferenceFailure) m_inferenceFailure = frame;
+}
+
 void RunJournal::KeepEnd(const velmo_parent::ProcessEnd& end) {
     const std::lock_guard lock(m_mutex);
     m_end = end;
@@ -53,6 +58,11 @@ std::uint64_t RunJournal::EntriesLeftOut() const {
 std::vector<AskedSwap> RunJournal::Swaps() const {
     const std::lock_guard lock(m_mutex);
     return m_swaps;
+}
+
+std::optional<std::uint64_t> RunJournal::InferenceFailure() const {
+    const std::lock_guard lock(m_mutex);
+    return m_inferenceFailure;
 }
 
 std::optional<velmo_parent::ProcessEnd> RunJournal::End() const {

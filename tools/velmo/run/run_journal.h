@@ -36,6 +36,8 @@ class RunJournal {
     // Behind its line, on the same thread.
     void KeepNotice(std::uint64_t frame, const velmo_parent::Notice& notice);
     void KeepSwap(const AskedSwap& swap);
+    // Once so many frames had been answered, masks were older than skipping explains. The first time counts.
+    void KeepInferenceFailure(std::uint64_t frame);
     void KeepEnd(const velmo_parent::ProcessEnd& end);
     // Until it is kept. False when the time ran out.
     bool AwaitEnd(std::chrono::milliseconds patience);
@@ -43,6 +45,7 @@ class RunJournal {
     std::vector<JournalEntry> Entries() const;
     std::uint64_t EntriesLeftOut() const;
     std::vector<AskedSwap> Swaps() const;
+    std::optional<std::uint64_t> InferenceFailure() const;
     std::optional<velmo_parent::ProcessEnd> End() const;
 
     // Why there is no engine: the reason of the latest bring-up that failed, or else the latest line of an error; ""
@@ -63,6 +66,7 @@ class RunJournal {
     std::vector<JournalEntry> m_entries;
     std::uint64_t m_leftOut = 0;
     std::vector<AskedSwap> m_swaps;
+    std::optional<std::uint64_t> m_inferenceFailure;
     std::optional<velmo_parent::ProcessEnd> m_end;
 };
 

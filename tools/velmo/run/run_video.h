@@ -20,10 +20,11 @@ struct RunSurroundings {
 };
 
 // Reads a video, has a process of its own make masks for it, and writes what is asked for. Returns the program's exit
-// code: 0; 1 when something went wrong, or was interrupted, which is told on `talk`. What was written until then stays,
-// whole frames of it.
+// code: 0; 1 when something went wrong, or was interrupted; 2 when the options can't be right. What went wrong is told
+// on `talk`. What was written until then stays.
 // A source that never gives another frame and never ends may be read by a thread that goes on behind the return, which
-// uses `streams.in`: end the program then.
+// uses `streams.in`; and after an interrupt an output that takes nothing any more by one that uses `streams.out`: end
+// the program then.
 int RunVideo(const RunOptions& options, const RunSurroundings& surroundings);
 
 }  // namespace velmo_run

@@ -95,6 +95,7 @@ bool SubmitStage::Submit(FrameSlot& slot) {
     };
     m_belt.Complete(Stage::Submit);  // before it is sent: its result may come at once
     for (;;) {
+        const std::uint64_t answered = m_belt.Completed(Stage::Answer);
         const SubmitStatus status = m_process.Submit(frame, writer);
         if (status == SubmitStatus::Sent) return true;
         if (status != SubmitStatus::Full && status != SubmitStatus::Settling) {
@@ -103,7 +104,7 @@ bool SubmitStage::Submit(FrameSlot& slot) {
             m_stop.Raise(TextOf(status));
             return false;
         }
-        (void)m_belt.AwaitFewerInFlight(1, kRetry);
+        (void)m_belt.AwaitMore(Stage::Answer, answered, kRetry);
         if (!GoesOn()) return false;
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include "velmo_scenes/canvas.h"
@@ -30,13 +31,20 @@ class Scene {
  private:
     float MotionTime(double seconds) const;
     void PrepareBackground(int width, int height, Point shift);
-    void PaintPeople(float time, Point shift, Frame& frame);
+    void PaintPeople(float time, Point shift);
     void PaintDesk(Point shift);
+    void TellPeople(Frame& frame) const;
+
+    struct Told {
+        PersonFacts facts;
+        std::array<ArmState, 2> arms{ArmState::Down, ArmState::Down};
+    };
 
     Staging m_staging;
     Canvas m_canvas;
     Canvas m_background;      // of the last frame: it is painted anew only when the size or the camera's place differs
     Point m_backgroundShift;  // where the camera was then
+    std::array<Told, 2> m_told;
 };
 
 }  // namespace scenes

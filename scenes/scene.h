@@ -9,6 +9,8 @@
 
 namespace scenes {
 
+inline constexpr double kLatestMoment = 100000.0;  // of a scene, in seconds
+
 struct SceneSettings {
     bool still = false;       // nothing moves; noise does, unless it's off
     bool cameraNoise = true;  // without it, and while nothing moves, frames are equal to the byte
@@ -21,8 +23,8 @@ class Scene {
     explicit Scene(std::uint64_t seed, const SceneSettings& settings = {});
     explicit Scene(const Staging& staging);
 
-    // Draws the scene at a time, at least 0 and at most 100,000 seconds, in any order of times; width and height are 1
-    // to 4096. `frame` is overwritten; its buffers are used again. Throws std::bad_alloc.
+    // Draws the scene at a time, at least 0 and at most kLatestMoment, in any order of times; width and height are 1 to
+    // 4096. `frame` is overwritten; its buffers are used again. Throws std::bad_alloc.
     void Draw(double seconds, int width, int height, Frame& frame);
 
     // Whether nothing but noise differs between two times.

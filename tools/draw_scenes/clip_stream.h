@@ -11,7 +11,7 @@ namespace draw_scenes {
 struct ClipOptions {
     scenes::ClipSettings clip;
     PictureSize size{640, 360};
-    double seconds = 12.0;     // at most 100,000; rounded to whole frames
+    double seconds = 12.0;     // at most scenes::kLatestMoment; rounded to whole frames
     int framesPerSecond = 30;  // at least 1
 };
 

@@ -25,13 +25,19 @@ struct Camera {
     float unrest = 0.0F;       // how far the hand that holds it shakes
 };
 
+// Thread: any.
 Camera DrawCamera(Random& random);
 
-// Smooths the colours, not the truth. Thread: any.
+// Smooths the colours, not the truth.
+//   across, down  standard deviation in picture heights, at least 0; 0.15 pixels and less leave the picture as it is
+// Beyond the edge the picture goes on as its outermost pixels. Throws std::bad_alloc. Thread: any.
 void Blur(Canvas& canvas, float across, float down);
 
-// The canvas as bytes: colours through the camera, the mask as it is. `noiseSeed` picks the noise; without noise, pass
-// a camera without it.
+// The canvas as bytes: colours through the camera, the mask as it is.
+//   canvas     its colours are blurred in place, as the camera does
+//   noiseSeed  picks the noise; without noise, pass a camera without it
+//   frame      out: size, picture and mask; the rest is left. Its buffers are used again
+// Throws std::bad_alloc. Thread: any.
 void Develop(Canvas& canvas, const Camera& camera, std::uint64_t noiseSeed, Frame& frame);
 
 }  // namespace scenes

@@ -55,13 +55,19 @@ class Canvas {
         m_width = width;
         m_height = height;
         m_texels.assign(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), Texel{});
+        BeginPerson();
     }
+
+    // What is painted from now on is another person, before those that are there.
+    void BeginPerson() { m_latest.assign(m_texels.size(), 0.0F); }
 
     int Width() const { return m_width; }
     int Height() const { return m_height; }
     float Aspect() const { return static_cast<float>(m_width) / static_cast<float>(m_height); }
     std::vector<Texel>& Texels() { return m_texels; }
     const std::vector<Texel>& Texels() const { return m_texels; }
+    // How much of each pixel belongs to the person that was begun last, in the order of the texels: a part of `cover`.
+    const std::vector<float>& Latest() const { return m_latest; }
     Texel* Row(int y) { return m_texels.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(m_width); }
 
     // Paints one shape.
@@ -79,6 +85,7 @@ class Canvas {
         const float s = at.sine / at.scale;
         for (int y = range.top; y < range.bottom; ++y) {
             Texel* const row = Row(y);
+            float* const latest = m_latest.data() + (row - m_texels.data());
             const float py = (static_cast<float>(y) + 0.5F) * pixel - at.origin.y;
             for (int x = range.left; x < range.right; ++x) {
                 const float px = (static_cast<float>(x) + 0.5F) * pixel - at.origin.x;
@@ -89,8 +96,13 @@ class Canvas {
                 if (cover <= 0.0F) continue;
                 Texel& texel = row[x];
                 texel.colour = Mix(texel.colour, shade(p, surface), cover);
-                if (role == Role::Person) texel.cover += (1.0F - texel.cover) * cover;
-                if (role == Role::Thing) texel.cover *= 1.0F - cover;
+                if (role == Role::Person) {
+                    texel.cover += (1.0F - texel.cover) * cover;
+                    latest[x] += (1.0F - latest[x]) * cover;
+                } else if (role == Role::Thing) {
+                    texel.cover *= 1.0F - cover;
+                    latest[x] *= 1.0F - cover;
+                }
             }
         }
     }
@@ -160,7 +172,8 @@ class Canvas {
     int m_width = 0;
     int m_height = 0;
     std::vector<Texel> m_texels;
-    std::vector<float> m_upper;  // of PaintShade, for two of its rows
+    std::vector<float> m_latest;  // one for each texel; not in it, for a blur reads the texels alone
+    std::vector<float> m_upper;   // of PaintShade, for two of its rows
     std::vector<float> m_lower;
 };
 

@@ -41,13 +41,14 @@ inline float Fraction(float value) {
     return value - static_cast<float>(FloorToInt(value));
 }
 
-// 0 at or below `low`, 1 at or above `high`, smooth between them.
+// 0 at or beyond `low`, 1 at or beyond `high`, smooth between them. Falls as `value` grows when `low` is above `high`.
+// The two differ.
 inline float SmoothStep(float low, float high, float value) {
     const float t = Clamp01((value - low) / (high - low));
     return t * t * (3.0F - 2.0F * t);
 }
 
-// Sine of `turns` full turns, to about 0.0002.
+// Sine of `turns` full turns, to within 0.001. The amount of `turns` stays under 2^31.
 inline float SineOfTurns(float turns) {
     const float t = Fraction(turns) - 0.5F;            // sin(2 pi x) = -sin(2 pi t)
     const float y = t * (8.0F - 16.0F * Absolute(t));  // a parabola through the zeros and the peaks

@@ -15,11 +15,6 @@ Colour HairAt(const Sitter& sitter, Point p, const Surface& s) {
            sitter.light.On(s, look.bulge);
 }
 
-bool HasLongHair(Hair hair) {
-    return hair == Hair::Long || hair == Hair::Bob || hair == Hair::Tail || hair == Hair::Curly || hair == Hair::Afro ||
-           hair == Hair::Bun || hair == Hair::Cap || hair == Hair::Beanie;
-}
-
 // How far the outline of the hair wavers at a point.
 float Ruffle(const Look& look, Point p) {
     return look.hairCurl * ValueNoise::Instance().At(p.x * 1.6F + look.grain.y, p.y * 1.6F + look.grain.x);
@@ -100,7 +95,6 @@ void PaintScarf(Canvas& canvas, const Sitter& sitter) {
 
 void PaintHairBehind(Canvas& canvas, const Sitter& sitter) {
     const Look& look = sitter.person.look;
-    if (!HasLongHair(look.hair)) return;
     const float volume = look.hairVolume + (look.hair == Hair::Afro ? 0.45F : look.hair == Hair::Curly ? 0.25F : 0.05F);
     const bool falls = look.hair == Hair::Long || look.hair == Hair::Bob || look.hair == Hair::Curly;
     const float length = look.hair == Hair::Bob ? 1.1F : look.hairLength;

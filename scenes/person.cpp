@@ -182,7 +182,8 @@ void DrawFraming(Person& person, Random& random) {
     if (random.Chance(0.07F))
         person.column = random.Chance(0.5F) ? random.Between(-0.08F, 0.1F) : random.Between(0.9F, 1.08F);
     person.row = headRow + person.scale * 2.0F;
-    person.leanDegrees = random.Bell() * (random.Chance(0.1F) ? 25.0F : 6.0F);
+    const float tilt = random.Bell();
+    person.leanDegrees = tilt * (random.Chance(0.1F) ? 25.0F : 6.0F);
 }
 
 }  // namespace

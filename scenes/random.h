@@ -12,7 +12,9 @@ inline std::uint64_t Scramble(std::uint64_t value) {
 }
 
 // Numbers drawn from a seed, the same on every system. Compilers differ in the order in which they work out a call's
-// arguments or a sum's terms, so at most one draw stands among those; what stands in braces is worked out in order.
+// arguments and the two sides of an operator (a sum, a product, a comparison), so at most one draw stands among those,
+// however deep inside: a ?: in one factor counts. What stands in braces, and what "?", "&&" and "||" part, is worked
+// out in order.
 // Thread: one at a time.
 class Random {
  public:

@@ -1,5 +1,7 @@
 #include "velmo_scenes/scene.h"
 
+#include <algorithm>
+
 #include "velmo_scenes/backdrop.h"
 #include "velmo_scenes/furniture.h"
 #include "velmo_scenes/paint_person.h"
@@ -14,13 +16,6 @@ ArmState StateOf(const Joints& joints, float side) {
     return ArmState::Down;
 }
 
-float CoverOf(const Canvas& canvas) {
-    float sum = 0.0F;
-    for (const Texel& texel : canvas.Texels())
-        sum += texel.cover;
-    return sum;
-}
-
 PersonFacts FactsOf(const Sitter& sitter, const Canvas& canvas) {
     const auto height = static_cast<float>(canvas.Height());
     PersonFacts facts;
@@ -31,6 +26,18 @@ PersonFacts FactsOf(const Sitter& sitter, const Canvas& canvas) {
     facts.visible = facts.headX >= 0.0F && facts.headX < static_cast<float>(canvas.Width()) && facts.headY >= 0.0F &&
                     facts.headY < height;
     return facts;
+}
+
+// The nearest first, of those that were painted: how many pixels of them are seen. Sums are worked out in doubles,
+// which lose nothing that matters at any size of a picture.
+std::array<double, 2> SeenOf(const Canvas& canvas) {
+    double all = 0.0;
+    double nearest = 0.0;
+    for (const Texel& texel : canvas.Texels())
+        all += static_cast<double>(texel.cover);
+    for (const float cover : canvas.Latest())
+        nearest += static_cast<double>(cover);
+    return {nearest, all - nearest};
 }
 
 Staging Apply(const SceneSettings& settings, Staging staging) {
@@ -66,26 +73,31 @@ void Scene::PrepareBackground(int width, int height, Point shift) {
     m_canvas = m_background;
 }
 
-void Scene::PaintPeople(float time, Point shift, Frame& frame) {
-    frame.people = 0;
-    frame.persons = {};
-    frame.arms = {ArmState::Down, ArmState::Down};
-    const float enough = 0.0004F * static_cast<float>(m_canvas.Width()) * static_cast<float>(m_canvas.Height());
-    float before = 0.0F;
+// Leaves the nearest person's facts in m_told[0], and those of the one behind in m_told[1].
+void Scene::PaintPeople(float time, Point shift) {
     for (const Person& person : m_staging.people) {
         Pose pose = PoseAt(person, time, m_canvas.Aspect());
         pose.origin = pose.origin + shift;
         const Sitter sitter = MakeSitter(person, pose, m_staging.personLight);
         if (m_staging.shadow > 0.0F) PaintShadow(m_canvas, sitter, m_staging.shadowOffset, m_staging.shadow);
+        m_canvas.BeginPerson();
         PaintPerson(m_canvas, sitter);
-        const float after = CoverOf(m_canvas);
-        if (after - before > enough) {
-            frame.persons[1] = frame.persons[0];
-            frame.persons[0] = FactsOf(sitter, m_canvas);
-            frame.arms = {StateOf(pose.arms[0], -1.0F), StateOf(pose.arms[1], 1.0F)};
-            ++frame.people;
-        }
-        before = after;
+        m_told[1] = m_told[0];
+        m_told[0] = {FactsOf(sitter, m_canvas), {StateOf(pose.arms[0], -1.0F), StateOf(pose.arms[1], 1.0F)}};
+    }
+}
+
+// Who is seen is known when all is painted: a desk or a person in front may hide somebody.
+void Scene::TellPeople(Frame& frame) const {
+    frame.people = 0;
+    frame.persons = {};
+    frame.arms = {ArmState::Down, ArmState::Down};
+    const double enough = kLeastSeen * static_cast<double>(m_canvas.Texels().size());
+    const std::array<double, 2> seen = SeenOf(m_canvas);
+    for (std::size_t i = 0; i < std::min(seen.size(), m_staging.people.size()); ++i) {
+        if (seen[i] <= enough) continue;
+        if (frame.people == 0) frame.arms = m_told[i].arms;
+        frame.persons[static_cast<std::size_t>(frame.people++)] = m_told[i].facts;
     }
 }
 
@@ -116,8 +128,9 @@ void Scene::Draw(double seconds, int width, int height, Frame& frame) {
                  m_staging.camera.unrest * noise.SoftAt(time * 0.4F, 23.6F)};
     }
     PrepareBackground(width, height, shift);
-    PaintPeople(time, shift, frame);
+    PaintPeople(time, shift);
     if (m_staging.desk) PaintDesk(shift);
+    TellPeople(frame);
     const auto moment = static_cast<std::uint64_t>(seconds * 1000.0 + 0.5);
     Camera camera = m_staging.camera;
     camera.gain = camera.gain * (1.0F + camera.flicker * noise.SoftAt(time * 0.7F, 29.1F));

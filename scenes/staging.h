@@ -25,7 +25,7 @@ struct Staging {
     Light personLight;  // people stand nearer to a window or a lamp than the wall does
     Camera camera;
     Random backdrop{0};          // what PaintBackdrop is given
-    std::vector<Person> people;  // the farthest first: the order from back to front
+    std::vector<Person> people;  // two at most, the farthest first: the order from back to front
     float shadow = 0.0F;         // of people on what is behind them, 0 to 1
     Point shadowOffset;          // in half heads
     bool desk = false;

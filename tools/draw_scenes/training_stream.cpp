@@ -2,15 +2,29 @@
 
 #include <array>
 #include <bit>
+#include <limits>
 
 #include "velmo_scenes/random.h"
 #include "velmo_scenes/scene.h"
+#include "velmo_scenes/seeds.h"
 
 namespace draw_scenes {
 namespace {
 
 // Away from the scene's own draws, which begin with the same seed.
 constexpr std::uint64_t kStillSalt = 0x5711A11D0C1EULL;
+
+constexpr float kLatestStart = 12.0F;  // of a sequence, in seconds
+
+std::uint64_t FirstSeedOf(WhichScenes which) {
+    return which == WhichScenes::HeldOut ? scenes::kFirstHeldOutSeed : 0;
+}
+
+// How many there are.
+std::uint64_t SeedsOf(WhichScenes which) {
+    if (which == WhichScenes::Training) return scenes::kFirstHeldOutSeed;
+    return std::numeric_limits<std::uint64_t>::max() - scenes::kFirstHeldOutSeed + 1;
+}
 
 using Meta = std::array<float, kMetaFloats>;
 
@@ -47,16 +61,26 @@ void AppendFrame(const scenes::Frame& frame, bool still, std::string& bytes) {
         AppendFloat(value, bytes);
 }
 
+std::string WhyNot(const TrainingOptions& options) {
+    const std::uint64_t seeds = SeedsOf(options.scenes);
+    if (options.seed > seeds || options.sequences > seeds - options.seed) {
+        return options.scenes == WhichScenes::Training ? "seeds from 2^32 up are held out: no training may see them"
+                                                       : "there are no so many seeds";
+    }
+    const double latest = static_cast<double>(kLatestStart) + options.framesPerSequence * options.stepMs / 1000.0;
+    return latest > scenes::kLatestMoment ? "so many frames so far apart end after 100000 seconds" : "";
+}
+
 bool DrawTrainingStream(const TrainingOptions& options, ByteSink& sink) {
     scenes::Frame frame;
     std::string bytes;
     for (std::uint64_t sequence = 0; sequence < options.sequences; ++sequence) {
-        const std::uint64_t seed = options.seed + sequence;
+        const std::uint64_t seed = FirstSeedOf(options.scenes) + options.seed + sequence;
         scenes::Random random(seed ^ kStillSalt);
         scenes::SceneSettings settings;
         settings.still = static_cast<double>(random.Unit()) < options.stillShare;
         scenes::Scene scene(seed, settings);
-        const double start = static_cast<double>(random.Between(0.0F, 12.0F));
+        const double start = static_cast<double>(random.Between(0.0F, kLatestStart));
         bytes.clear();
         for (int i = 0; i < options.framesPerSequence; ++i) {
             const double at = start + options.stepMs * 0.001 * i;

@@ -3,11 +3,13 @@
 #include <cstdint>
 
 #include "network_check_tool/model_run.h"
+#include "velmo_scenes/seeds.h"
 
 namespace network_check {
 
-// Scenes from this seed up are drawn for no training.
-inline constexpr std::uint64_t kFirstSeed = (std::uint64_t{1} << 32) + 1'000'000;
+// The held-out scenes that are looked at here. Those before them are left to whoever picks a network while it's
+// trained.
+inline constexpr std::uint64_t kFirstSeed = scenes::kFirstHeldOutSeed + 1'000'000;
 inline constexpr int kFrames = 4;  // of each scene, a tenth of a second apart
 
 // What a network does on scenes that it never saw. Means over all frames; overlaps are 0 to 1, see Overlap().

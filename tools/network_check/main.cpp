@@ -3,7 +3,6 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <exception>
@@ -11,26 +10,18 @@
 #include <fstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "infra/module_directory.h"
 #include "network_check_tool/evaluation.h"
+#include "network_check_tool/model_files.h"
 #include "network_check_tool/model_run.h"
 #include "network_check_tool/sample.h"
+#include "platform/process_setup.h"
 
 namespace {
 
 constexpr int kSpeedRounds = 300;
-const std::vector<std::string> kModels = {"calyr_144p_input.dll", "calyr_re_144p_input.dll", "inhouse_144p_input.dll",
-                                          "calyr_360p_input.dll", "calyr_re_360p_input.dll", "inhouse_360p_input.dll"};
-
-std::filesystem::path OwnFolder() {
-    static const char kHere = 0;
-    std::array<char, 4096> folder{};
-    if (infra::GetModuleDirectory(&kHere, folder.data(), folder.size()) != 0) return {};
-    const std::string text = folder.data();
-    return {std::u8string(text.begin(), text.end())};
-}
 
 // Speed alone: the fastest and the median of many rounds on a picture of stripes.
 void PrintSpeed(network_check::ModelRun& model, const std::string& name) {
@@ -69,53 +60,75 @@ void PrintFindings(const network_check::Findings& found, const std::string& name
     (void)std::fflush(stdout);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    CLI::App app("Measures networks on drawn scenes, through the inference library", "network_check");
+// What the command line says; "" stands for what lies beside the program.
+struct Options {
     int scenes = 200;
     bool onlySpeed = false;
-    std::string library = (OwnFolder() / "hvq.dll").string();
-    std::string folder = (OwnFolder() / "models").string();
+    std::string library;
+    std::string folder;
     std::string samples;
     std::vector<std::string> files;
-    app.add_option("--scenes", scenes, "Moving scenes, of four frames; half as many still ones come on top")
-        ->check(CLI::Range(1, 100000));
-    app.add_option("--library", library, "The inference library");
-    app.add_option("--models", folder, "Folder of the six model files");
-    app.add_flag("--speed", onlySpeed, "Time alone: fastest and median milliseconds");
-    app.add_option("--write-samples", samples, "Only writes each network's sample mask to this folder");
-    app.add_option("files", files, "Other networks instead of the six");
-    CLI11_PARSE(app, argc, argv);
+};
 
-    if (files.empty()) {
-        for (const std::string& name : kModels)
-            files.push_back((std::filesystem::path(folder) / name).string());
-    }
-    if (!samples.empty()) {
-        std::printf("Samples go to %s\n", samples.c_str());
-    } else if (onlySpeed) {
+void PrintHeading(const Options& options) {
+    if (!options.samples.empty()) {
+        std::printf("Samples go to %s\n", options.samples.c_str());
+    } else if (options.onlySpeed) {
         std::printf("%-26s %8s %8s\n", "", "fastest", "median");
     } else {
         std::printf("%-26s %7s %15s %17s %7s %22s\n", "", "", "overlap", "steadiness", "", "");
         std::printf("%-26s %7s %7s %7s %8s %8s %7s %8s %6s %6s\n", "", "kB", "alone", "after", "alone", "after", "ms",
                     "gesture", "faces", "extra");
     }
+}
+
+void CheckModel(const Options& options, const std::filesystem::path& library, const std::filesystem::path& file) {
+    const std::string name = file.filename().string();
+    network_check::ModelRun model(library, file);
+    if (!options.samples.empty()) {
+        WriteSample(model, name, options.samples);
+    } else if (options.onlySpeed) {
+        PrintSpeed(model, name);
+    } else {
+        PrintFindings(network_check::Evaluate(model, options.scenes), name, std::filesystem::file_size(file));
+    }
+}
+
+// Paths stay paths: not every folder has a name in the code page of the system's narrow texts.
+void Check(const Options& options) {
+    std::filesystem::path library = options.library;
+    if (library.empty()) library = network_check::OwnFolder() / "hvq.dll";
+    std::vector<std::filesystem::path> files(options.files.begin(), options.files.end());
+    if (files.empty()) {
+        std::filesystem::path folder = options.folder;
+        if (folder.empty()) folder = network_check::OwnFolder() / "models";
+        for (const std::string_view model : network_check::kReferenceModels)
+            files.push_back(folder / network_check::ModelFileName(model));
+    }
+    PrintHeading(options);
+    for (const std::filesystem::path& file : files)
+        CheckModel(options, library, file);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    platform::PrepareProcess();
     try {
-        for (const std::string& file : files) {
-            const std::string name = std::filesystem::path(file).filename().string();
-            network_check::ModelRun model(library, file);
-            if (!samples.empty()) {
-                WriteSample(model, name, samples);
-            } else if (onlySpeed) {
-                PrintSpeed(model, name);
-            } else {
-                PrintFindings(network_check::Evaluate(model, scenes), name, std::filesystem::file_size(file));
-            }
-        }
+        CLI::App app("Measures networks on drawn scenes, through the inference library", "network_check");
+        Options options;
+        app.add_option("--scenes", options.scenes, "Moving scenes, of four frames; half as many still ones come on top")
+            ->check(CLI::Range(1, 100000));
+        app.add_option("--library", options.library, "The inference library; the one beside this program");
+        app.add_option("--models", options.folder, "Folder of the six model files; \"models\" beside this program");
+        app.add_flag("--speed", options.onlySpeed, "Time alone: fastest and median milliseconds");
+        app.add_option("--write-samples", options.samples, "Only writes each network's sample mask to this folder");
+        app.add_option("files", options.files, "Other networks instead of the six");
+        CLI11_PARSE(app, argc, argv);
+        Check(options);
+        return 0;
     } catch (const std::exception& error) {
         std::fprintf(stderr, "network_check: %s\n", error.what());
         return 1;
     }
-    return 0;
 }

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "network_check_tool/mask_byte.h"
+
 namespace network_check {
 namespace {
 
@@ -58,8 +60,7 @@ const std::vector<std::uint8_t>& ModelRun::Infer(std::span<const std::uint8_t> r
     m_engine.CheckException();
     const auto* const mask = static_cast<const float*>(m_engine.GetLayerData(kMask));
     if (mask == nullptr) throw std::runtime_error("the network gave no mask");
-    // Within 0 to 255.5 for the networks that are meant here, so the conversion is defined.
-    std::transform(mask, mask + pixels, m_mask.begin(), [](float value) { return static_cast<std::uint8_t>(value); });
+    std::transform(mask, mask + pixels, m_mask.begin(), MaskByte);
     const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
     m_lastMilliseconds = took.count();
     return m_mask;

@@ -11,7 +11,8 @@
 namespace network_check {
 
 // One model file on an inference library, run as the process runs it: one thread on the processor, the frame's planes
-// and the previous mask as floats, the mask's floats cut to bytes. Thread: one at a time.
+// and the previous mask as floats, the mask's floats cut to bytes. Only floats that are no byte become other bytes than
+// the process makes of them, see MaskByte(). Thread: one at a time.
 class ModelRun {
  public:
     // Throws std::runtime_error with the library's text when the model can't be run.

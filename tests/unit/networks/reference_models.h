@@ -1,29 +1,19 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <map>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "infra/module_directory.h"
+#include "network_check_tool/model_files.h"
 #include "network_check_tool/model_run.h"
 #include "velmo_scenes/scene.h"
 
 namespace networks_tests {
-
-inline std::filesystem::path ProgramFolder() {
-    static const char kHere = 0;
-    std::array<char, 4096> folder{};
-    if (infra::GetModuleDirectory(&kHere, folder.data(), folder.size()) != 0) throw std::runtime_error("no own folder");
-    const std::string text = folder.data();
-    return {std::u8string(text.begin(), text.end())};
-}
 
 // A model file, loaded once for all tests of this program. `name` is such as "calyr_144p".
 inline network_check::ModelRun& Model(const std::string& name) {
@@ -31,16 +21,16 @@ inline network_check::ModelRun& Model(const std::string& name) {
     static auto& models = *new std::map<std::string, std::unique_ptr<network_check::ModelRun>>();
     std::unique_ptr<network_check::ModelRun>& model = models[name];
     if (model == nullptr) {
-        const std::filesystem::path folder = ProgramFolder();
-        model =
-            std::make_unique<network_check::ModelRun>(folder / "hvq.dll", folder / "models" / (name + "_input.dll"));
+        const std::filesystem::path folder = network_check::OwnFolder();
+        model = std::make_unique<network_check::ModelRun>(folder / "hvq.dll",
+                                                          folder / "models" / network_check::ModelFileName(name));
     }
     return *model;
 }
 
 // What tests are run for: a name becomes part of the test's.
-inline const std::array<std::string, 6> kModels = {"calyr_144p", "calyr_re_144p", "inhouse_144p",
-                                                   "calyr_360p", "calyr_re_360p", "inhouse_360p"};
+inline const std::vector<std::string> kModels(network_check::kReferenceModels.begin(),
+                                              network_check::kReferenceModels.end());
 
 // A held-out scene in the model's size.
 inline scenes::Frame Draw(const network_check::ModelRun& model, std::uint64_t seed, double seconds = 0) {

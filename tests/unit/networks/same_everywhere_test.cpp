@@ -16,7 +16,7 @@ using networks_tests::Model;
 
 // The sample that lies with the tests: it was taken on Linux.
 std::string Expected(const std::string& name) {
-    std::ifstream file(networks_tests::ProgramFolder() / "network_samples" / (name + ".pgm"), std::ios::binary);
+    std::ifstream file(network_check::OwnFolder() / "network_samples" / (name + ".pgm"), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 

@@ -18,12 +18,12 @@ TEST(ExactMath, GoesDownToTheNextWholeNumberOnBothSidesOfZero) {
 
 TEST(ExactMath, SineIsCloseToTheTrueOneAllAround) {
     constexpr double kTwoPi = 6.283185307179586;
-    for (int i = -40; i <= 80; ++i) {
-        const float turns = static_cast<float>(i) / 40.0F;
-        EXPECT_NEAR(SineOfTurns(turns), std::sin(kTwoPi * turns), 0.0012) << turns;
-        EXPECT_NEAR(CosineOfTurns(turns), std::cos(kTwoPi * turns), 0.0012) << turns;
+    for (int i = -1000; i <= 2000; ++i) {
+        const float turns = static_cast<float>(i) / 1000.0F;
+        ASSERT_NEAR(SineOfTurns(turns), std::sin(kTwoPi * turns), 0.001) << turns;
+        ASSERT_NEAR(CosineOfTurns(turns), std::cos(kTwoPi * turns), 0.001) << turns;
     }
-    EXPECT_NEAR(SineOfDegrees(30.0F), 0.5, 0.0012);
+    EXPECT_NEAR(SineOfDegrees(30.0F), 0.5, 0.001);
 }
 
 TEST(ExactMath, KeepsValuesWithinBounds) {
@@ -34,6 +34,12 @@ TEST(ExactMath, KeepsValuesWithinBounds) {
     EXPECT_EQ(SmoothStep(1.0F, 3.0F, 0.5F), 0.0F);
     EXPECT_EQ(SmoothStep(1.0F, 3.0F, 2.0F), 0.5F);
     EXPECT_EQ(SmoothStep(1.0F, 3.0F, 3.5F), 1.0F);
+}
+
+TEST(ExactMath, AStepFromAHigherValueToALowerOneFalls) {
+    EXPECT_EQ(SmoothStep(3.0F, 1.0F, 3.5F), 0.0F);
+    EXPECT_EQ(SmoothStep(3.0F, 1.0F, 2.5F), SmoothStep(1.0F, 3.0F, 1.5F));
+    EXPECT_EQ(SmoothStep(3.0F, 1.0F, 0.5F), 1.0F);
 }
 
 TEST(RandomNumbers, FollowFromTheSeedAlone) {

@@ -21,6 +21,7 @@ class CanvasPaint : public testing::Test {
  protected:
     CanvasPaint() { m_canvas.Resize(8, 4); }
     float CoverAt(int x) { return m_canvas.Row(2)[x].cover; }
+    float LatestAt(int x) { return m_canvas.Latest()[static_cast<std::size_t>(16 + x)]; }  // of the same row
     float RedAt(int x) { return m_canvas.Row(2)[x].colour.r; }
 
     Canvas m_canvas;
@@ -42,6 +43,30 @@ TEST_F(CanvasPaint, AThingInFrontTakesThePersonAway) {
     EXPECT_FLOAT_EQ(CoverAt(1), 0.0F);
     EXPECT_NEAR(CoverAt(2), 0.5F, 1e-5F);
     EXPECT_FLOAT_EQ(CoverAt(3), 1.0F);
+}
+
+TEST_F(CanvasPaint, APersonTakesThePixelsFromTheOneBehind) {
+    PaintLeftOf(m_canvas, 6.0F, Role::Person);
+    m_canvas.BeginPerson();
+    PaintLeftOf(m_canvas, 3.25F, Role::Person);
+
+    EXPECT_FLOAT_EQ(CoverAt(2), 1.0F);
+    EXPECT_FLOAT_EQ(LatestAt(2), 1.0F);
+    EXPECT_FLOAT_EQ(CoverAt(3), 1.0F);
+    EXPECT_NEAR(LatestAt(3), 0.25F, 1e-5F);
+    EXPECT_FLOAT_EQ(CoverAt(5), 1.0F);
+    EXPECT_FLOAT_EQ(LatestAt(5), 0.0F);
+}
+
+TEST_F(CanvasPaint, AThingInFrontTakesThePixelsFromWhicheverPerson) {
+    PaintLeftOf(m_canvas, 6.0F, Role::Person);
+    m_canvas.BeginPerson();
+    PaintLeftOf(m_canvas, 4.0F, Role::Person);
+    PaintLeftOf(m_canvas, 2.5F, Role::Thing);
+
+    EXPECT_FLOAT_EQ(LatestAt(1), 0.0F);
+    EXPECT_NEAR(LatestAt(2), 0.5F, 1e-5F);
+    EXPECT_FLOAT_EQ(LatestAt(3), 1.0F);
 }
 
 TEST_F(CanvasPaint, ASurfaceLeavesTheTruthAlone) {

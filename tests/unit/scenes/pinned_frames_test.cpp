@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <bit>
 
 #include "velmo_scenes/clip.h"
 #include "velmo_scenes/scene.h"
@@ -16,6 +17,17 @@ class Checksum {
         for (const std::uint8_t byte : bytes)
             m_value = (m_value ^ byte) * 0x100000001B3ULL;
     }
+    void Add(std::uint32_t number) { m_value = (m_value ^ number) * 0x100000001B3ULL; }
+    void AddFactsOf(const Frame& frame) {
+        Add(static_cast<std::uint32_t>(frame.people));
+        for (const PersonFacts& person : frame.persons) {
+            Add(person.visible ? 1U : 0U);
+            for (const float value : {person.headX, person.headY, person.headHalfWidth, person.headHalfHeight})
+                Add(std::bit_cast<std::uint32_t>(value));
+        }
+        for (const ArmState arm : frame.arms)
+            Add(static_cast<std::uint32_t>(arm));
+    }
     std::uint64_t Value() const { return m_value; }
 
  private:
@@ -25,12 +37,14 @@ class Checksum {
 struct Drawn {
     std::uint64_t pictures;
     std::uint64_t masks;
+    std::uint64_t facts;
 };
 
 // Of forty scenes at two times: each part is drawn in one of them.
 Drawn ManyScenes(int width, int height) {
     Checksum pictures;
     Checksum masks;
+    Checksum facts;
     Frame frame;
     for (std::uint64_t seed = 0; seed < 40; ++seed) {
         Scene scene(seed);
@@ -38,9 +52,10 @@ Drawn ManyScenes(int width, int height) {
             scene.Draw(seconds, width, height, frame);
             pictures.Add(frame.rgb);
             masks.Add(frame.mask);
+            facts.AddFactsOf(frame);
         }
     }
-    return {pictures.Value(), masks.Value()};
+    return {pictures.Value(), masks.Value(), facts.Value()};
 }
 
 TEST(PinnedFrames, ScenesAreTheSameOnEverySystem) {
@@ -48,6 +63,7 @@ TEST(PinnedFrames, ScenesAreTheSameOnEverySystem) {
 
     EXPECT_EQ(drawn.pictures, 0xB66A0464457EF622ULL);
     EXPECT_EQ(drawn.masks, 0xF642D5628FD9EC66ULL);
+    EXPECT_EQ(drawn.facts, 0xD56065CD0F9F2D97ULL);
 }
 
 TEST(PinnedFrames, ScenesOfAnOddSizeAreTheSameOnEverySystem) {
@@ -55,6 +71,7 @@ TEST(PinnedFrames, ScenesOfAnOddSizeAreTheSameOnEverySystem) {
 
     EXPECT_EQ(drawn.pictures, 0xE8EA7EB04F9E7A4FULL);
     EXPECT_EQ(drawn.masks, 0xCA764ACECEC74930ULL);
+    EXPECT_EQ(drawn.facts, 0xEAA9DDF9862F0602ULL);
 }
 
 TEST(PinnedFrames, TheClipIsTheSameOnEverySystem) {

@@ -1,15 +1,21 @@
 #include "draw_scenes_tool/training_stream.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <bit>
+#include <limits>
 #include <vector>
 
 #include "draw_scenes_tool/sheet.h"
+#include "velmo_scenes/scene.h"
+#include "velmo_scenes/seeds.h"
 
 namespace draw_scenes {
 namespace {
+
+using testing::HasSubstr;
 
 class Pieces final : public ByteSink {
  public:
@@ -105,11 +111,69 @@ TEST(TrainingStream, HeldOutScenesAreOthers) {
     TrainingOptions options = Small();
     options.sequences = 1;
     DrawTrainingStream(options, training);
-    options.seed = kFirstHeldOutSeed;
+    options.scenes = WhichScenes::HeldOut;
 
     DrawTrainingStream(options, heldOut);
 
     EXPECT_NE(heldOut.all.at(0), training.all.at(0));
+}
+
+TEST(TrainingStream, HeldOutSeedsAreCountedFromTheirFirst) {
+    Pieces third;
+    TrainingOptions options = Small();
+    options.scenes = WhichScenes::HeldOut;
+    options.seed = 2;
+    options.sequences = 1;
+    options.stillShare = 1.0;  // so that its mask is the same at every time
+    scenes::Scene scene(scenes::kFirstHeldOutSeed + 2, {.still = true});
+    scenes::Frame frame;
+    scene.Draw(0.0, 32, 18, frame);
+
+    DrawTrainingStream(options, third);
+
+    const std::string mask(frame.mask.begin(), frame.mask.end());
+    EXPECT_EQ(third.all.at(0).substr(32U * 18U * 3U, 32U * 18U), mask);
+}
+
+TEST(TrainingStream, NoTrainingSeedReachesThoseThatAreHeldOut) {
+    TrainingOptions options;
+    options.seed = scenes::kFirstHeldOutSeed - 2;
+    options.sequences = 2;
+    EXPECT_EQ(WhyNot(options), "");
+    options.sequences = 3;
+    EXPECT_THAT(WhyNot(options), HasSubstr("held out"));
+    options.sequences = std::numeric_limits<std::uint64_t>::max();
+    EXPECT_THAT(WhyNot(options), HasSubstr("held out"));
+    options.seed = scenes::kFirstHeldOutSeed + 5;
+    options.sequences = 1;
+    EXPECT_THAT(WhyNot(options), HasSubstr("held out"));
+}
+
+TEST(TrainingStream, NoHeldOutSeedRunsOverIntoThoseOfTraining) {
+    TrainingOptions options;
+    options.scenes = WhichScenes::HeldOut;
+    options.seed = std::numeric_limits<std::uint64_t>::max() - scenes::kFirstHeldOutSeed;  // the last one
+    options.sequences = 1;
+    EXPECT_EQ(WhyNot(options), "");
+    options.sequences = 2;
+    EXPECT_THAT(WhyNot(options), HasSubstr("seeds"));
+    ++options.seed;
+    options.sequences = 1;
+    EXPECT_THAT(WhyNot(options), HasSubstr("seeds"));
+}
+
+TEST(TrainingStream, NoFrameIsLaterThanASceneLasts) {
+    TrainingOptions options;
+    options.stepMs = 1000.0;
+    options.framesPerSequence = 99988;  // the latest start is at 12 seconds
+    EXPECT_EQ(WhyNot(options), "");
+    ++options.framesPerSequence;
+    EXPECT_THAT(WhyNot(options), HasSubstr("100000 seconds"));
+    options.framesPerSequence = 100000;
+    options.stepMs = 999.88;
+    EXPECT_EQ(WhyNot(options), "");
+    options.stepMs = 60000.0;
+    EXPECT_THAT(WhyNot(options), HasSubstr("100000 seconds"));
 }
 
 TEST(TrainingStream, MarksStillSequencesAndKeepsTheirMask) {

@@ -60,11 +60,11 @@ int RunCheckEngine(velmo_tool::CheckEngineOptions options) {
     platform::EndProcess(velmo_run::RunVideo(options, surroundings));  // a thread may stand in a read or a write
 }
 
-// A run's exit codes tell a wrong command line from a video that failed.
-int ExitCodeOf(const CLI::ParseError& error, const CLI::App& app, bool isRun) {
+// Prints the help that was asked for, or what is wrong with the command line; gives the exit code. The parser has a
+// code of its own for each mistake, which would say nothing to a script.
+int ExitCodeOf(const CLI::ParseError& error, const CLI::App& app) {
     constexpr int kUsage = 2;
-    const int code = app.exit(error);
-    return isRun && code != 0 ? kUsage : code;
+    return app.exit(error) == 0 ? 0 : kUsage;
 }
 
 }  // namespace
@@ -81,7 +81,8 @@ int main(int argc, char** argv) {
     inspect->footer(
         "Looks only and changes nothing. The oldest message of a channel may have been read already: its\n"
         "receiver can leave the newest one in the list.\n"
-        "Exit code: 0; 1 when no channel of that id is there; 2 when a channel is damaged.");
+        "Exit code: 0; 1 when no channel of that id is there; 2 when a channel is damaged, or for a command line that\n"
+        "can't be right.");
 
     velmo_tool::CheckEngineOptions check;
     std::uint32_t timeoutSeconds = 60;
@@ -105,7 +106,8 @@ int main(int argc, char** argv) {
         "The library is loaded into a child process, so one that crashes or hangs is reported as well. What\n"
         "it writes to its standard streams goes to standard error.\n"
         "\"FAILS\" is a point that the process needs, \"lacks\" one that it can do without.\n"
-        "Exit code: 0 when all required points hold; 2 when one fails; 1 when nothing could be looked at.");
+        "Exit code: 0 when all required points hold; 2 when one fails, or for a command line that can't be right; 1\n"
+        "when nothing could be looked at.");
 
     CLI::App* const probe = app.add_subcommand(
         "probe", "Show what the machine probes say: the Windows release, and how strong the processor is.");
@@ -113,16 +115,18 @@ int main(int argc, char** argv) {
     probe->footer(
         "No decision of the process rests on these. What a probe throws is shown in the place of its values.\n"
         "Where the system has no list of its cores, the count moves this process from processor to processor\n"
-        "for a moment. Exit code: 0.");
+        "for a moment. Exit code: 0; 2 for a command line that can't be right.");
 
     CLI::App* const worker = app.add_subcommand(velmo_tool::kCheckWorkerCommand)->group("");
 
     const velmo_run::RunArguments run(app, OwnFolder());
+    // Behind the subcommands, which would take it over.
+    app.footer("Exit code: 2 for a command line that can't be right; the others are each subcommand's own.");
 
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return ExitCodeOf(error, app, argc > 1 && std::string(argv[1]) == "run");
+        return ExitCodeOf(error, app);
     }
     if (run) RunVideo(run.Options());
     if (*worker) return velmo_tool::RunCheckWorker();

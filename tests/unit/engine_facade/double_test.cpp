@@ -14,6 +14,7 @@ namespace {
 
 using hvq::inference::PluginEngine;
 using scripted_double::ScratchLibrary;
+using testing::Contains;
 using testing::Each;
 using testing::ElementsAre;
 using testing::HasSubstr;
@@ -126,6 +127,23 @@ TEST(ScriptedDouble, NamesTheLineThatItDoesNotUnderstand) {
     } catch (const std::runtime_error& error) {
         EXPECT_THAT(error.what(), HasSubstr("Line 3"));
     }
+}
+
+// The example of the double's README.
+TEST(ScriptedDouble, HoldsACallUpUntilItsGateIsOpened) {
+    const support::Watchdog watchdog;
+    ScriptedLibrary library("models OpenVINO m\nfail hvqInfer 3 \"out of memory\"");  // copies, loads, sets the script
+    PluginEngine engine;
+    engine.Create(library.Path(), nullptr, nullptr);
+    engine.CreateNetwork("OpenVINO", "n", "CPU", "m", {});
+
+    library.Add("gate hvqInfer next held");  // from now on
+    std::thread caller([&engine] { engine.Infer(); });
+    EXPECT_TRUE(library.AwaitGate("held"));  // the call is inside the library
+    library.OpenGate("held");
+    caller.join();
+
+    EXPECT_THAT(library.CallTexts(), Contains("hvqInfer 2"));  // engine 1 was asked for its version alone
 }
 
 TEST(ScriptedDouble, HoldsCallsUpForAtLeastTheTimeThatItWasTold) {

@@ -10,8 +10,8 @@
 #include <string>
 #include <string_view>
 
-#include "infra/module_directory.h"
 #include "scripted_double/scripted_library.h"
+#include "velmo_program.h"
 #include "velmo_tool/path_text.h"
 
 namespace velmo_tool {
@@ -22,13 +22,6 @@ using testing::AllOf;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::StartsWith;
-
-std::string VelmoProgram() {
-    static const int kHere = 0;
-    char folder[1024];
-    EXPECT_EQ(infra::GetModuleDirectory(&kHere, folder, sizeof(folder)), 0);
-    return std::string(folder).append(infra::g_pathSeparator) + VELMO_PROGRAM;
-}
 
 class CheckEngineCommand : public testing::Test {
  protected:

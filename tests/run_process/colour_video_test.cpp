@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -72,14 +73,14 @@ class RunInColour : public VideoRunTest, public testing::WithParamInterface<Clip
 
     // The mean of the mask where the pixels lie that share this colour, rounded to the nearest.
     static std::uint8_t ColourMask(const Grey& mask, std::uint32_t column, std::uint32_t row) {
+        const std::uint32_t right = std::min(2 * column + 2, Width());
+        const std::uint32_t bottom = std::min(2 * row + 2, Height());
         std::uint32_t sum = 0;
-        std::uint32_t count = 0;
-        for (std::uint32_t y = 2 * row; y < 2 * row + 2 && y < Height(); ++y) {
-            for (std::uint32_t x = 2 * column; x < 2 * column + 2 && x < Width(); ++x) {
+        for (std::uint32_t y = 2 * row; y < bottom; ++y) {
+            for (std::uint32_t x = 2 * column; x < right; ++x)
                 sum += mask[std::size_t{y} * Width() + x];
-                ++count;
-            }
         }
+        const std::uint32_t count = std::max(1U, (right - 2 * column) * (bottom - 2 * row));
         return static_cast<std::uint8_t>((2 * sum + count) / (2 * count));
     }
 };

@@ -74,7 +74,7 @@ TEST(ChartAxis, HasTicksForCountsAtWholeNumbersAlone) {
     EXPECT_THAT(WholeTicks(2), ElementsAre(0, 1, 2));
     EXPECT_THAT(WholeTicks(3), ElementsAre(0, 1, 2, 3));
     EXPECT_THAT(WholeTicks(10), ElementsAre(0, 2, 4, 6, 8, 10));
-    for (double most = 1; most < 2000; ++most) {
+    for (int most = 1; most < 2000; ++most) {
         const auto ticks = WholeTicks(most);
         ASSERT_GE(ticks.size(), 2U) << most;
         ASSERT_LE(ticks.size(), 8U) << most;

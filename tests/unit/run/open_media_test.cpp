@@ -23,7 +23,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::EndsWith;
-using testing::HasSubstr;
 using velmo_media::MediaError;
 using velmo_media::Overwriting;
 using velmo_run::CheckOverwriting;

@@ -17,6 +17,10 @@ int BeFfmpeg(int argumentCount, char** arguments) {
     for (int at = 1; at + 1 < argumentCount; ++at) {
         if (arguments[at] == std::string("-i")) input = arguments[at + 1];
     }
+    const std::string_view scheme = "file:";
+    if (!input.starts_with(scheme)) return 9;
+    input.erase(0, scheme.size());
+    if (const std::size_t folder = input.rfind('/'); folder != std::string::npos) input.erase(0, folder + 1);
     const long frames = std::strtol(input.c_str(), nullptr, 10);
     if (frames > 0) std::puts("YUV4MPEG2 W2 H1 F25:1 C444");
     // It fails once nobody reads any more.

@@ -125,6 +125,15 @@ TEST(Compositor, MixesColoursByTheMaskOfTheirPixels) {
     EXPECT_THAT(out.Plane(2), ElementsAre(220));
 }
 
+TEST(Compositor, MixesTheLastColourOfAnOddWidthByItsOneColumn) {
+    constexpr Size kSize{5, 1};
+    const Picture frame = Filled(k420, kSize, {100, 60, 200});
+    Picture out;
+    Compositor(Rgb{255, 0, 0}, k420, kSize).Composite(frame, Bytes{0, 0, 255, 255, 0}, out);
+    EXPECT_THAT(out.Plane(1), ElementsAre(90, 60, 90));
+    EXPECT_THAT(out.Plane(2), ElementsAre(240, 200, 240));
+}
+
 TEST(Compositor, TakesOddSizesAndEveryKindOfPixel) {
     for (const PixelFormat& format : {kRgb, k420, PixelFormat{ColourModel::Yuv, 1, 0, ColourRange::Limited},
                                       PixelFormat{ColourModel::Yuv, 2, 0, ColourRange::Limited},
@@ -156,20 +165,93 @@ TEST(PlaneBlur, SpreadsAPointOverASquareTwice) {
     Bytes source(7 * 7, 0);
     source[3 * 7 + 3] = 243;
     Bytes target(7 * 7);
-    PlaneBlur({7, 7}, 1).Blur(source, target);
+    PlaneBlur({7, 7}, {1, 1}).Blur(source, target);
     EXPECT_EQ(target[3 * 7 + 3], 27);  // 3 / 9 of 3 / 9
     EXPECT_EQ(target[3 * 7 + 5], 9);
     EXPECT_EQ(target[1 * 7 + 1], 3);
     EXPECT_EQ(target[3 * 7 + 6], 0);
 }
 
+TEST(PlaneBlur, ReachesAsFarAsItIsToldForEachAxis) {
+    Bytes source(9 * 9, 0);
+    source[4 * 9 + 4] = 225;
+    Bytes target(9 * 9);
+    PlaneBlur({9, 9}, {2, 0}).Blur(source, target);
+    EXPECT_EQ(target[4 * 9 + 0], 9);
+    EXPECT_EQ(target[3 * 9 + 4], 0);
+    PlaneBlur({9, 9}, {0, 2}).Blur(source, target);
+    EXPECT_EQ(target[0 * 9 + 4], 9);
+    EXPECT_EQ(target[4 * 9 + 3], 0);
+}
+
+TEST(Background, IsBlurredAsFarInColoursAsInBrightnessWhateverTheirSize) {
+    // A radius of two pixels, twice, reaches four pixels of the picture to each side.
+    constexpr Size kSize{80, 80};
+    for (const auto& [shiftX, shiftY] : {std::pair{0, 0}, {1, 1}, {1, 0}, {0, 1}}) {
+        const PixelFormat format{ColourModel::Yuv, static_cast<std::uint8_t>(shiftX), static_cast<std::uint8_t>(shiftY),
+                                 ColourRange::Limited};
+        Picture frame = Filled(format, kSize, {0, 0, 0});
+        const Size colours = frame.PlaneSize(1);
+        const std::size_t x = colours.width / 2;
+        const std::size_t y = colours.height / 2;
+        frame.Plane(1)[y * colours.width + x] = 255;
+        velmo_media::Background background(BlurredBackground{}, format, kSize);
+        const Picture& blurred = background.For(frame);
+        const auto at = [&](std::size_t column, std::size_t row) {
+            return int{blurred.Plane(1)[row * colours.width + column]};
+        };
+        const std::size_t reachX = 4U >> shiftX;
+        const std::size_t reachY = 4U >> shiftY;
+        SCOPED_TRACE("colours of 1 / " + std::to_string(1 << shiftX) + " by 1 / " + std::to_string(1 << shiftY));
+        EXPECT_GT(at(x - reachX, y), 0);
+        EXPECT_GT(at(x + reachX, y), 0);
+        EXPECT_EQ(at(x - reachX - 1, y), 0);
+        EXPECT_EQ(at(x + reachX + 1, y), 0);
+        EXPECT_GT(at(x, y - reachY), 0);
+        EXPECT_GT(at(x, y + reachY), 0);
+        EXPECT_EQ(at(x, y - reachY - 1), 0);
+        EXPECT_EQ(at(x, y + reachY + 1), 0);
+    }
+}
+
 TEST(PlaneBlur, RepeatsTheEdgeBeyondIt) {
     const Bytes source(5 * 2, 77);
     Bytes target(5 * 2);
     for (const std::uint32_t radius : {0U, 1U, 9U}) {
-        PlaneBlur({5, 2}, radius).Blur(source, target);
+        PlaneBlur({5, 2}, {radius, radius}).Blur(source, target);
         EXPECT_THAT(target, Each(77));
     }
+}
+
+TEST(PictureConversion, MakesEveryKindOfPixelOfAPictureTimeAndAgain) {
+    constexpr Size kSize{5, 3};
+    const Rgb colours[] = {{255, 0, 0}, {0, 0, 255}};
+    for (const PixelFormat& format : {kRgb, k420, PixelFormat{ColourModel::Yuv, 2, 0, ColourRange::Limited},
+                                      PixelFormat{ColourModel::Yuv, 0, 0, ColourRange::Full},
+                                      PixelFormat{ColourModel::Grey, 0, 0, ColourRange::Limited}}) {
+        velmo_media::RgbConverter converter(format, kSize);
+        const ColourConverter reference(Matrix::Bt601, format.range);
+        for (const Rgb& colour : colours) {
+            Picture out;
+            converter.Convert(Filled(kRgb, kSize, {colour.red, colour.green, colour.blue}), out);
+            ASSERT_EQ(out.Format(), format);
+            ASSERT_EQ(out.Dimensions(), kSize);
+            const auto yuv = reference.ToYuv(colour);
+            const std::uint8_t rgb[] = {colour.red, colour.green, colour.blue};
+            for (std::size_t plane = 0; plane < format.PlaneCount(); ++plane)
+                EXPECT_THAT(out.Plane(plane), Each(format.model == ColourModel::Rgb ? rgb[plane] : yuv[plane]));
+        }
+    }
+}
+
+TEST(PictureConversion, GivesAnOddPicturesLastColumnAColourOfItsOwn) {
+    Picture rgb = Filled(kRgb, {3, 1}, {255, 0, 0});
+    rgb.Plane(0)[2] = 0;
+    rgb.Plane(2)[2] = 255;
+    const Picture video = velmo_media::ConvertTo(k420, rgb);
+    EXPECT_THAT(video.Plane(0), ElementsAre(81, 81, 41));
+    EXPECT_THAT(video.Plane(1), ElementsAre(90, 240));
+    EXPECT_THAT(video.Plane(2), ElementsAre(240, 110));
 }
 
 TEST(PictureConversion, TakesSmallerColourPlanesAsTheyAre) {

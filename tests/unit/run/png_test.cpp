@@ -5,6 +5,7 @@
 #include <fstream>
 #include <numeric>
 #include <optional>
+#include <span>
 
 #include "scratch_folder.h"
 #include "velmo_media/media_error.h"
@@ -18,8 +19,6 @@ namespace {
 using testing::HasSubstr;
 using velmo_media::ColourModel;
 using velmo_media::ColourRange;
-using velmo_media::DecodePng;
-using velmo_media::EncodePng;
 using velmo_media::MediaError;
 using velmo_media::Overwriting;
 using velmo_media::Picture;
@@ -38,8 +37,14 @@ Picture Counting(const velmo_media::PixelFormat& format, Size size, int first = 
 
 std::vector<std::uint8_t> Png(const Picture& picture) {
     std::vector<std::uint8_t> file;
-    EncodePng(picture, file);
+    velmo_media::EncodePng(picture, file);
     return file;
+}
+
+Picture DecodePng(std::span<const std::uint8_t> file) {
+    Picture picture;
+    velmo_media::DecodePng(file, picture);
+    return picture;
 }
 
 template <class Action>
@@ -131,6 +136,52 @@ TEST_F(PngFolder, IsWrittenByNamesOrNumbers) {
     sink.Finish();
     EXPECT_EQ(velmo_media::ReadPngFile(m_folder.Path() / "new" / "masks" / "000000.png").Bytes()[0], 1);
     EXPECT_EQ(velmo_media::ReadPngFile(m_folder.Path() / "new" / "masks" / "scene.png").Bytes()[0], 2);
+}
+
+TEST_F(PngFolder, HasBlackAndWhiteOfEveryRangeAsAScreenHasThem) {
+    PngFolderSink sink(m_folder.Path(), Overwriting::Refused);
+    for (const ColourModel model : {ColourModel::Grey, ColourModel::Yuv, ColourModel::Rgb}) {
+        for (const ColourRange range : {ColourRange::Limited, ColourRange::Full}) {
+            if (model == ColourModel::Rgb && range == ColourRange::Limited) continue;
+            const bool isFull = range == ColourRange::Full;
+            Picture picture({model, 0, 0, range}, {2, 1});
+            std::ranges::fill(picture.Bytes(), std::uint8_t{128});
+            for (std::size_t plane = 0; plane < (model == ColourModel::Rgb ? 3U : 1U); ++plane) {
+                picture.Plane(plane)[0] = isFull ? 0 : 16;
+                picture.Plane(plane)[1] = isFull ? 255 : 235;
+            }
+            sink.Write(picture, "a.png");
+            const Picture read = velmo_media::ReadPngFile(m_folder.Path() / "a.png");
+            for (std::size_t plane = 0; plane < 3; ++plane)
+                EXPECT_THAT(read.Plane(plane), testing::ElementsAre(0, 255))
+                    << "model " << static_cast<int>(model) << ", full " << isFull;
+        }
+    }
+}
+
+TEST_F(PngFolder, IsCheckedWithoutBeingMade) {
+    const auto failure = [&](Overwriting overwriting) {
+        return FailureOf([&] { velmo_media::CheckPngFolder(m_folder.Path() / "new", overwriting); });
+    };
+    EXPECT_EQ(failure(Overwriting::Refused), "it worked");
+    EXPECT_FALSE(std::filesystem::exists(m_folder.Path() / "new"));
+}
+
+TEST_F(PngFolder, IsReadFromFilesOfAnyLength) {
+    // Above and below what is read at once, one behind the other.
+    for (const Size size : {Size{400, 300}, Size{1, 1}, Size{400, 301}}) {
+        Picture picture(kRgb, size);
+        std::uint32_t noise = 1;
+        for (std::uint8_t& byte : picture.Bytes()) {
+            noise = noise * 1664525U + 1013904223U;  // which nothing can make small
+            byte = static_cast<std::uint8_t>(noise >> 24);
+        }
+        Put("a.png", picture);
+        PngFolderSource source(m_folder.Path());
+        Picture read;
+        ASSERT_TRUE(source.Next(read));
+        EXPECT_TRUE(std::ranges::equal(read.Bytes(), picture.Bytes()));
+    }
 }
 
 TEST_F(PngFolder, ThatHoldsPicturesIsNotOverwrittenUnlessThatIsAllowed) {

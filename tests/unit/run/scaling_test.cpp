@@ -59,6 +59,60 @@ TEST(PlaneScaler, CanGrowOneSideAndShrinkTheOther) {
     EXPECT_THAT(Scaled({0, 20, 100, 40}, {2, 2}, {4, 1}), ElementsAre(50, 45, 35, 30));
 }
 
+// A plane of such a picture, as its planes of colour have it.
+Bytes ToColours(const velmo_media::PixelFormat& format, Size size, const Bytes& source) {
+    const Size colours = format.PlaneSize(1, size);
+    Bytes target(colours.Area());
+    PlaneScaler scaler = velmo_media::ScalerToColours(format, size);
+    velmo_media::ScalePlane(scaler, source, size, target, colours);
+    return target;
+}
+
+constexpr velmo_media::PixelFormat k420{ColourModel::Yuv, 1, 1, ColourRange::Limited};
+constexpr velmo_media::PixelFormat k411{ColourModel::Yuv, 2, 0, ColourRange::Limited};
+constexpr velmo_media::PixelFormat k444{ColourModel::Yuv, 0, 0, ColourRange::Limited};
+
+TEST(ScalerToColours, TakesTheMeanOfTheVeryPixelsThatShareAColour) {
+    EXPECT_THAT(ToColours(k420, {4, 2}, {0, 10, 20, 30, 20, 30, 40, 50}), ElementsAre(15, 35));
+    // The last column and the last row have a colour of their own.
+    EXPECT_THAT(ToColours(k420, {5, 1}, {0, 10, 100, 120, 250}), ElementsAre(5, 110, 250));
+    EXPECT_THAT(ToColours(k420, {1, 5}, {0, 10, 100, 120, 250}), ElementsAre(5, 110, 250));
+    EXPECT_THAT(ToColours(k420, {3, 3}, {0, 0, 9, 0, 0, 11, 40, 60, 200}), ElementsAre(0, 10, 50, 200));
+    EXPECT_THAT(ToColours(k420, {1, 1}, {7}), ElementsAre(7));
+    EXPECT_THAT(ToColours(k411, {5, 1}, {0, 10, 20, 30, 250}), ElementsAre(15, 250));
+    EXPECT_THAT(ToColours(k411, {7, 1}, {0, 10, 20, 30, 250, 250, 100}), ElementsAre(15, 200));
+    EXPECT_THAT(ToColours(k411, {3, 1}, {0, 10, 20}), ElementsAre(10));
+    EXPECT_THAT(ToColours(k444, {3, 1}, {1, 2, 3}), ElementsAre(1, 2, 3));
+}
+
+TEST(ScalerToColours, TakesEveryPixelOfEveryWidthOnce) {
+    for (const velmo_media::PixelFormat& format : {k420, k411}) {
+        const std::uint32_t group = 1U << format.chromaShiftX;
+        for (std::uint32_t width = 1; width < 200; ++width) {
+            Bytes source(width);
+            for (std::uint32_t x = 0; x < width; ++x)
+                source[x] = static_cast<std::uint8_t>(x / group % 2 == 0 ? 17 : 230);
+            const Bytes colours = ToColours(format, {width, 1}, source);
+            for (std::size_t at = 0; at < colours.size(); ++at)
+                ASSERT_EQ(colours[at], at % 2 == 0 ? 17 : 230) << "group " << at << " of " << width << " pixels";
+        }
+    }
+}
+
+TEST(ScalerFromColours, LeavesOutWhatOfTheLastColourIsBeyondThePicture) {
+    const auto scaled = [](Size size, const Bytes& colours, Size to) {
+        Bytes target(to.Area());
+        PlaneScaler scaler = velmo_media::ScalerFromColours(k420, size, to);
+        velmo_media::ScalePlane(scaler, colours, k420.PlaneSize(1, size), target, to);
+        return target;
+    };
+    // Of three colours the last is half as wide: a quarter of what the second of two pixels covers.
+    EXPECT_THAT(scaled({5, 1}, {10, 20, 220}, {1, 1}), ElementsAre((2 * 10 + 2 * 20 + 220) / 5));
+    EXPECT_THAT(scaled({4, 1}, {10, 20}, {1, 1}), ElementsAre(15));
+    // Grown to the picture's own size, the middle of the last colour lies at the picture's edge.
+    EXPECT_THAT(scaled({3, 1}, {0, 100}, {3, 1}), ElementsAre(0, 25, 75));
+}
+
 TEST(ModelFit, FillsTheModelWithAPictureOfItsShape) {
     EXPECT_EQ(FitInto({256, 144}, {1920, 1080}), (FitArea{0, 0, {256, 144}}));
     EXPECT_EQ(FitInto({256, 144}, {1366, 768}), (FitArea{0, 0, {256, 144}}));

@@ -54,12 +54,12 @@ TEST(Y4mHeader, WithoutPixelsAndRateIs420AtAnUnknownRate) {
     EXPECT_EQ(format.pixels.chromaShiftX, 1);
     EXPECT_EQ(format.pixels.chromaShiftY, 1);
     EXPECT_EQ(format.chroma, "");
-    EXPECT_FALSE(format.rate.IsKnown());
+    EXPECT_EQ(format.rate, (FrameRate{0, 0}));
 }
 
 TEST(Y4mHeader, KnowsThatAnUnknownRateIsToldByZeros) {
-    EXPECT_FALSE(ParseY4mHeader("YUV4MPEG2 W2 H2 F0:0").rate.IsKnown());
-    EXPECT_DOUBLE_EQ(ParseY4mHeader("YUV4MPEG2 W2 H2 F24000:1001").rate.PerSecond(), 24000.0 / 1001);
+    EXPECT_EQ(ParseY4mHeader("YUV4MPEG2 W2 H2 F0:0").rate, (FrameRate{0, 0}));
+    EXPECT_EQ(ParseY4mHeader("YUV4MPEG2 W2 H2 F24000:1001").rate, (FrameRate{24000, 1001}));
 }
 
 TEST(Y4mHeader, TellsTheFullRange) {

@@ -46,7 +46,9 @@ Background::Background(const BackgroundKind& kind, const PixelFormat& format, Si
         for (std::size_t plane = 0; plane < format.PlaneCount(); ++plane) {
             const Size planeSize = format.PlaneSize(plane, size);
             const std::uint32_t radius = std::max(1U, size.height / kBlurShare);
-            m_blurs.emplace_back(planeSize, std::max(1U, radius * planeSize.height / size.height));
+            // As far as in the picture, in pixels of this plane.
+            m_blurs.emplace_back(planeSize, BlurRadius{std::max(1U, radius * planeSize.width / size.width),
+                                                       std::max(1U, radius * planeSize.height / size.height)});
         }
     }
 }

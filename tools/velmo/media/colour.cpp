@@ -11,7 +11,6 @@ namespace {
 
 constexpr std::int32_t kOne = 1 << 16;
 constexpr std::int32_t kHalf = kOne / 2;
-constexpr std::int32_t kNoColour = 128;
 constexpr std::uint32_t kLargeHeight = 720;
 constexpr std::uint32_t kLargeWidth = 1280;
 

@@ -11,6 +11,9 @@
 // Between the colours of a screen and those of a video.
 namespace velmo_media {
 
+// What a plane of colour holds where there is none, in every range.
+inline constexpr std::uint8_t kNoColour = 128;
+
 struct Rgb {
     std::uint8_t red = 0;
     std::uint8_t green = 0;

@@ -5,7 +5,7 @@
 namespace velmo_media {
 
 Compositor::Compositor(const BackgroundKind& background, const PixelFormat& format, Size size)
-    : m_size(size), m_background(background, format, size), m_toChroma(size, format.PlaneSize(1, size)) {
+    : m_size(size), m_background(background, format, size), m_toChroma(ScalerToColours(format, size)) {
     const Size chroma = format.PlaneSize(1, size);
     if (chroma != size) m_chromaMask.resize(chroma.Area());
 }

@@ -17,7 +17,9 @@ FfmpegSource::FfmpegSource(const std::string& program, const std::string& input,
     std::unique_ptr<platform::ChildPipe> pipe;
     platform::ChildStart start;
     start.program = program;
-    start.arguments = {"-nostdin", "-loglevel", "error", "-i", input, "-f", "yuv4mpegpipe", "-pix_fmt", "yuv420p", "-"};
+    // Or it would take what stands before a colon in the name for a protocol.
+    const std::string file = "file:" + input;
+    start.arguments = {"-nostdin", "-loglevel", "error", "-i", file, "-f", "yuv4mpegpipe", "-pix_fmt", "yuv420p", "-"};
     start.standardOutputPipe = &pipe;
     std::string error;
     m_child = children.Start(start, error);

@@ -13,9 +13,6 @@ struct FrameRate {
     std::uint32_t numerator = 0;
     std::uint32_t denominator = 0;
 
-    bool IsKnown() const { return numerator != 0 && denominator != 0; }
-    double PerSecond() const { return IsKnown() ? static_cast<double>(numerator) / denominator : 0; }
-
     friend bool operator==(const FrameRate&, const FrameRate&) = default;
 };
 

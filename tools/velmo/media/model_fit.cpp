@@ -5,8 +5,6 @@
 namespace velmo_media {
 namespace {
 
-constexpr std::uint8_t kNoColour = 128;
-
 std::uint32_t Scaled(std::uint32_t side, std::uint32_t by, std::uint32_t of) {
     const std::uint64_t product = std::uint64_t{side} * by;
     return static_cast<std::uint32_t>(std::max<std::uint64_t>(1, (product + of / 2) / of));
@@ -34,7 +32,7 @@ ModelFit::ModelFit(const PixelFormat& format, Size picture, Size model)
       m_converter(MatrixFor(picture), format.range),
       m_brightness(picture, m_area.size),
       m_mask(m_area.size, picture) {
-    if (format.model == ColourModel::Yuv) m_colours.emplace(format.PlaneSize(1, picture), m_area.size);
+    if (format.model == ColourModel::Yuv) m_colours = ScalerFromColours(format, picture, m_area.size);
 }
 
 void ModelFit::ToModel(const Picture& picture, const std::array<std::span<std::uint8_t>, 3>& planes) {

@@ -2,15 +2,7 @@
 
 #include <algorithm>
 
-#include "velmo_media/colour.h"
-#include "velmo_media/plane_scaler.h"
-
 namespace velmo_media {
-namespace {
-
-constexpr std::uint8_t kNoColour = 128;
-
-}  // namespace
 
 void ConvertToRgb(const Picture& picture, Picture& rgb) {
     const PixelFormat& format = picture.Format();
@@ -42,21 +34,45 @@ void ConvertToRgb(const Picture& picture, Picture& rgb) {
     }
 }
 
+RgbConverter::RgbConverter(const PixelFormat& format, Size size)
+    : m_format(format), m_size(size), m_colours(MatrixFor(size), format.range) {
+    if (format.model != ColourModel::Yuv || format.PlaneSize(1, size) == size) return;
+    m_whole.Reset({ColourModel::Yuv, 0, 0, format.range}, size);
+    m_toColours = ScalerToColours(format, size);
+}
+
+void RgbConverter::Convert(const Picture& rgb, Picture& out) {
+    out.Reset(m_format, m_size);
+    if (m_format.model == ColourModel::Rgb) {
+        std::copy(rgb.Bytes().begin(), rgb.Bytes().end(), out.Bytes().begin());
+        return;
+    }
+    const auto red = rgb.Plane(0);
+    const auto green = rgb.Plane(1);
+    const auto blue = rgb.Plane(2);
+    const auto y = out.Plane(0);
+    if (m_format.model == ColourModel::Grey) {
+        for (std::size_t at = 0; at < y.size(); ++at)
+            y[at] = m_colours.ToYuv({red[at], green[at], blue[at]})[0];
+        return;
+    }
+    Picture& whole = m_toColours ? m_whole : out;
+    const auto u = whole.Plane(1);
+    const auto v = whole.Plane(2);
+    for (std::size_t at = 0; at < y.size(); ++at) {
+        const auto yuv = m_colours.ToYuv({red[at], green[at], blue[at]});
+        y[at] = yuv[0];
+        u[at] = yuv[1];
+        v[at] = yuv[2];
+    }
+    if (!m_toColours) return;
+    ScalePlane(*m_toColours, u, m_size, out.Plane(1), out.PlaneSize(1));
+    ScalePlane(*m_toColours, v, m_size, out.Plane(2), out.PlaneSize(2));
+}
+
 Picture ConvertTo(const PixelFormat& format, const Picture& rgb) {
-    const Size size = rgb.Dimensions();
-    if (format.model == ColourModel::Rgb) return rgb;
-    const ColourConverter converter(MatrixFor(size), format.range);
-    Picture whole({ColourModel::Yuv, 0, 0, format.range}, size);
-    for (std::size_t at = 0; at < size.Area(); ++at) {
-        const auto yuv = converter.ToYuv({rgb.Plane(0)[at], rgb.Plane(1)[at], rgb.Plane(2)[at]});
-        for (std::size_t plane = 0; plane < yuv.size(); ++plane)
-            whole.Plane(plane)[at] = yuv[plane];
-    }
-    Picture picture(format, size);
-    for (std::size_t plane = 0; plane < format.PlaneCount(); ++plane) {
-        PlaneScaler scaler(size, picture.PlaneSize(plane));
-        ScalePlane(scaler, whole.Plane(plane), size, picture.Plane(plane), picture.PlaneSize(plane));
-    }
+    Picture picture;
+    RgbConverter(format, rgb.Dimensions()).Convert(rgb, picture);
     return picture;
 }
 

@@ -6,6 +6,8 @@
 namespace velmo_media {
 namespace {
 
+constexpr std::uint32_t kMost = 1024;
+
 // Where a pixel beyond the edge is looked up.
 std::size_t Inside(std::int64_t at, std::uint32_t side) {
     return static_cast<std::size_t>(std::clamp<std::int64_t>(at, 0, std::int64_t{side} - 1));
@@ -13,12 +15,15 @@ std::size_t Inside(std::int64_t at, std::uint32_t side) {
 
 }  // namespace
 
-PlaneBlur::PlaneBlur(Size size, std::uint32_t radius)
-    : m_size(size), m_radius(std::min(radius, 1024U)), m_between(size.Area()), m_sums(size.width) {}
+PlaneBlur::PlaneBlur(Size size, BlurRadius radius)
+    : m_size(size),
+      m_radius{std::min(radius.x, kMost), std::min(radius.y, kMost)},
+      m_between(size.Area()),
+      m_sums(size.width) {}
 
 void PlaneBlur::BlurRows(std::span<const std::uint8_t> source, std::span<std::uint8_t> target) const {
-    const std::int64_t radius = m_radius;
-    const std::uint32_t count = 2 * m_radius + 1;
+    const std::int64_t radius = m_radius.x;
+    const std::uint32_t count = 2 * m_radius.x + 1;
     for (std::uint32_t y = 0; y < m_size.height; ++y) {
         const auto from = source.subspan(std::size_t{y} * m_size.width, m_size.width);
         const auto to = target.subspan(std::size_t{y} * m_size.width, m_size.width);
@@ -34,8 +39,8 @@ void PlaneBlur::BlurRows(std::span<const std::uint8_t> source, std::span<std::ui
 }
 
 void PlaneBlur::BlurColumns(std::span<const std::uint8_t> source, std::span<std::uint8_t> target) {
-    const std::int64_t radius = m_radius;
-    const std::uint32_t count = 2 * m_radius + 1;
+    const std::int64_t radius = m_radius.y;
+    const std::uint32_t count = 2 * m_radius.y + 1;
     const auto row = [&](std::int64_t y) {
         return source.subspan(Inside(y, m_size.height) * m_size.width, m_size.width);
     };

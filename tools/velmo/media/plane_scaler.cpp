@@ -26,21 +26,21 @@ void AppendWeights(const std::vector<double>& shares, std::vector<std::uint32_t>
 
 }  // namespace
 
-PlaneScaler::Axis PlaneScaler::MakeAxis(std::uint32_t from, std::uint32_t to) {
+PlaneScaler::Axis PlaneScaler::MakeAxis(std::uint32_t from, double covered, std::uint32_t to) {
     Axis axis;
-    const double step = static_cast<double>(from) / to;
+    const double step = covered / to;
     std::vector<double> shares;
     for (std::uint32_t at = 0; at < to; ++at) {
         Taps taps;
         taps.weights = axis.weights.size();
         shares.clear();
-        if (from > to) {
+        if (covered > to) {
             const double begin = at * step;
-            const double end = at + 1 == to ? static_cast<double>(from) : (at + 1) * step;
+            const double end = std::min<double>(at + 1 == to ? covered : (at + 1) * step, from);
             taps.first = static_cast<std::uint32_t>(begin);
             for (std::uint32_t pixel = taps.first; pixel < from && pixel < end; ++pixel) {
-                const double covered = std::min<double>(pixel + 1, end) - std::max<double>(pixel, begin);
-                shares.push_back(covered / (end - begin));
+                const double part = std::min<double>(pixel + 1, end) - std::max<double>(pixel, begin);
+                shares.push_back(part / (end - begin));
             }
         } else {
             const double middle = std::clamp((at + 0.5) * step - 0.5, 0.0, static_cast<double>(from - 1));
@@ -57,10 +57,14 @@ PlaneScaler::Axis PlaneScaler::MakeAxis(std::uint32_t from, std::uint32_t to) {
 }
 
 PlaneScaler::PlaneScaler(Size from, Size to)
+    : PlaneScaler(from, {static_cast<double>(from.width), static_cast<double>(from.height)}, to) {}
+
+PlaneScaler::PlaneScaler(Size from, PlaneExtent covered, Size to)
     : m_from(from),
       m_to(to),
-      m_horizontal(MakeAxis(from.width, to.width)),
-      m_vertical(MakeAxis(from.height, to.height)),
+      m_isCopy(from == to && covered.width == from.width && covered.height == from.height),
+      m_horizontal(MakeAxis(from.width, covered.width, to.width)),
+      m_vertical(MakeAxis(from.height, covered.height, to.height)),
       m_row(from.width) {}
 
 void PlaneScaler::MixRows(const std::uint8_t* source, std::size_t stride, const Taps& taps) {
@@ -88,7 +92,7 @@ void PlaneScaler::MixColumns(std::uint8_t* target) const {
 
 void PlaneScaler::Scale(const std::uint8_t* source, std::size_t sourceStride, std::uint8_t* target,
                         std::size_t targetStride) {
-    if (m_from == m_to) {
+    if (m_isCopy) {
         for (std::uint32_t y = 0; y < m_to.height; ++y)
             std::memcpy(target + y * targetStride, source + y * sourceStride, m_to.width);
         return;
@@ -97,6 +101,22 @@ void PlaneScaler::Scale(const std::uint8_t* source, std::size_t sourceStride, st
         MixRows(source, sourceStride, m_vertical.taps[y]);
         MixColumns(target + y * targetStride);
     }
+}
+
+PlaneScaler ScalerToColours(const PixelFormat& format, Size picture) {
+    const Size colours = format.PlaneSize(1, picture);
+    if (colours == picture) return {picture, picture};
+    const auto width = std::uint64_t{colours.width} << format.chromaShiftX;
+    const auto height = std::uint64_t{colours.height} << format.chromaShiftY;
+    return {picture, {static_cast<double>(width), static_cast<double>(height)}, colours};
+}
+
+PlaneScaler ScalerFromColours(const PixelFormat& format, Size picture, Size to) {
+    const Size colours = format.PlaneSize(1, picture);
+    if (colours == picture) return {picture, to};
+    const double width = static_cast<double>(picture.width) / (1U << format.chromaShiftX);
+    const double height = static_cast<double>(picture.height) / (1U << format.chromaShiftY);
+    return {colours, {width, height}, to};
 }
 
 void ScalePlane(PlaneScaler& scaler, std::span<const std::uint8_t> source, Size from, std::span<std::uint8_t> target,

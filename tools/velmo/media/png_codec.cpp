@@ -36,7 +36,7 @@ void Append(void* file, void* data, int size) {
 
 }  // namespace
 
-Picture DecodePng(std::span<const std::uint8_t> file) {
+void DecodePng(std::span<const std::uint8_t> file, Picture& picture) {
     constexpr int kChannels = 3;
     if (file.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) {
         throw MediaError("it is too large for a PNG file");
@@ -54,23 +54,34 @@ Picture DecodePng(std::span<const std::uint8_t> file) {
         stbi_load_from_memory(file.data(), bytes, &width, &height, &channels, kChannels));
     if (!pixels) throw MediaError(std::string("it is no PNG file that can be read (") + stbi_failure_reason() + ")");
 
-    Picture picture({ColourModel::Rgb, 0, 0, ColourRange::Full}, size);
-    for (std::size_t plane = 0; plane < kChannels; ++plane) {
-        const auto target = picture.Plane(plane);
-        for (std::size_t at = 0; at < target.size(); ++at)
-            target[at] = pixels.get()[at * kChannels + plane];
+    picture.Reset({ColourModel::Rgb, 0, 0, ColourRange::Full}, size);
+    const auto red = picture.Plane(0);
+    const auto green = picture.Plane(1);
+    const auto blue = picture.Plane(2);
+    const stbi_uc* pixel = pixels.get();
+    for (std::size_t at = 0; at < red.size(); ++at, pixel += kChannels) {
+        red[at] = pixel[0];
+        green[at] = pixel[1];
+        blue[at] = pixel[2];
     }
-    return picture;
 }
 
-void EncodePng(const Picture& picture, std::vector<std::uint8_t>& file) {
+void PngEncoder::Encode(const Picture& picture, std::vector<std::uint8_t>& file) {
     const Size size = picture.Dimensions();
     const std::size_t channels = picture.Format().PlaneCount();
-    std::vector<std::uint8_t> pixels(size.Area() * channels);
-    for (std::size_t plane = 0; plane < channels; ++plane) {
-        const auto source = picture.Plane(plane);
-        for (std::size_t at = 0; at < source.size(); ++at)
-            pixels[at * channels + plane] = source[at];
+    std::span<const std::uint8_t> pixels = picture.Bytes();
+    if (channels == 3) {
+        m_pixels.resize(pixels.size());
+        const auto red = picture.Plane(0);
+        const auto green = picture.Plane(1);
+        const auto blue = picture.Plane(2);
+        std::uint8_t* pixel = m_pixels.data();
+        for (std::size_t at = 0; at < red.size(); ++at, pixel += 3) {
+            pixel[0] = red[at];
+            pixel[1] = green[at];
+            pixel[2] = blue[at];
+        }
+        pixels = m_pixels;
     }
     file.clear();
     const auto width = static_cast<int>(size.width);
@@ -78,6 +89,10 @@ void EncodePng(const Picture& picture, std::vector<std::uint8_t>& file) {
         stbi_write_png_to_func(Append, &file, width, static_cast<int>(size.height), static_cast<int>(channels),
                                pixels.data(), width * static_cast<int>(channels));
     if (done == 0) throw MediaError("it can't be made a PNG file");
+}
+
+void EncodePng(const Picture& picture, std::vector<std::uint8_t>& file) {
+    PngEncoder().Encode(picture, file);
 }
 
 }  // namespace velmo_media

@@ -2,15 +2,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 #include <fstream>
-#include <iterator>
 #include <system_error>
 #include <utility>
 
 #include "velmo_media/media_error.h"
 #include "velmo_media/path_name.h"
 #include "velmo_media/picture_conversion.h"
-#include "velmo_media/png_codec.h"
 #include "velmo_media/stream_error.h"
 
 namespace velmo_media {
@@ -42,23 +41,53 @@ std::string Numbered(std::uint64_t frame) {
     return std::string(kDigits - std::min(kDigits, number.size()), '0') + number + ".png";
 }
 
-}  // namespace
+// A file's stream, without a buffer of its own: files are read and written in large pieces.
+template <class Stream>
+Stream Opened(const fs::path& path, std::ios::openmode mode) {
+    Stream stream;
+    stream.rdbuf()->pubsetbuf(nullptr, 0);
+    stream.open(path, mode);
+    return stream;
+}
 
-Picture ReadPngFile(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
+// The file's bytes; their memory is `buffer`'s, which only grows.
+std::span<const std::uint8_t> Load(const fs::path& path, std::vector<std::uint8_t>& buffer) {
+    constexpr std::size_t kLeast = std::size_t{1} << 16;
+    auto stream = Opened<std::ifstream>(path, std::ios::in | std::ios::binary);
     if (!stream) throw MediaError("can't open " + NameOf(path));
-    const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
+    std::size_t bytes = 0;
+    while (stream) {
+        if (bytes == buffer.size()) buffer.resize(std::max(kLeast, 2 * bytes));
+        stream.read(static_cast<char*>(static_cast<void*>(buffer.data() + bytes)),
+                    static_cast<std::streamsize>(buffer.size() - bytes));
+        bytes += static_cast<std::size_t>(stream.gcount());
+    }
     if (stream.bad()) throw MediaError("can't read " + NameOf(path));
+    return {buffer.data(), bytes};
+}
+
+void ReadPng(const fs::path& path, std::vector<std::uint8_t>& buffer, Picture& picture) {
+    const auto file = Load(path, buffer);
     try {
-        return DecodePng({static_cast<const std::uint8_t*>(static_cast<const void*>(bytes.data())), bytes.size()});
+        DecodePng(file, picture);
     } catch (const MediaError& error) {
         throw MediaError(NameOf(path) + ": " + error.what());
     }
 }
 
+}  // namespace
+
+Picture ReadPngFile(const fs::path& path) {
+    std::vector<std::uint8_t> buffer;
+    Picture picture;
+    ReadPng(path, buffer, picture);
+    return picture;
+}
+
 PngFolderSource::PngFolderSource(const fs::path& folder) : m_files(PngFilesIn(folder)) {
     if (m_files.empty()) throw MediaError("there is no PNG file in the folder " + NameOf(folder));
-    const Picture first = ReadPngFile(m_files.front());
+    Picture first;
+    ReadPng(m_files.front(), m_file, first);
     m_format.pixels = first.Format();
     m_format.size = first.Dimensions();
 }
@@ -66,7 +95,7 @@ PngFolderSource::PngFolderSource(const fs::path& folder) : m_files(PngFilesIn(fo
 bool PngFolderSource::Next(Picture& picture) {
     if (m_next == m_files.size()) return false;
     const fs::path& path = m_files[m_next];
-    picture = ReadPngFile(path);
+    ReadPng(path, m_file, picture);
     const Size size = picture.Dimensions();
     if (size != m_format.size) {
         throw MediaError(NameOf(path) + " has " + std::to_string(size.width) + " x " + std::to_string(size.height) +
@@ -78,22 +107,30 @@ bool PngFolderSource::Next(Picture& picture) {
     return true;
 }
 
-PngFolderSink::PngFolderSink(fs::path folder, Overwriting overwriting) : m_folder(std::move(folder)) {
+void CheckPngFolder(const fs::path& folder, Overwriting overwriting) {
     std::error_code error;
-    fs::create_directories(m_folder, error);
-    if (error) throw MediaError("can't make the folder " + NameOf(m_folder) + ": " + error.message());
-    if (overwriting == Overwriting::Refused && !PngFilesIn(m_folder).empty()) {
-        throw MediaError("there are PNG files in " + NameOf(m_folder) + " already; --force overwrites them");
+    if (overwriting == Overwriting::Allowed || !fs::is_directory(folder, error)) return;
+    if (!PngFilesIn(folder).empty()) {
+        throw MediaError("there are PNG files in " + NameOf(folder) + " already; --force overwrites them");
     }
 }
 
+PngFolderSink::PngFolderSink(fs::path folder, Overwriting overwriting) : m_folder(std::move(folder)) {
+    CheckPngFolder(m_folder, overwriting);
+    std::error_code error;
+    fs::create_directories(m_folder, error);
+    if (error) throw MediaError("can't make the folder " + NameOf(m_folder) + ": " + error.message());
+}
+
 void PngFolderSink::Write(const Picture& picture, const std::string& name) {
-    const bool isReady = picture.Format().model != ColourModel::Yuv;
+    const PixelFormat& format = picture.Format();
+    const bool isReady =
+        format.model == ColourModel::Rgb || (format.model == ColourModel::Grey && format.range == ColourRange::Full);
     if (!isReady) ConvertToRgb(picture, m_rgb);
-    EncodePng(isReady ? picture : m_rgb, m_file);
+    m_encoder.Encode(isReady ? picture : m_rgb, m_file);
     const fs::path path = m_folder / PathOf(name.empty() ? Numbered(m_frames) : name);
     errno = 0;
-    std::ofstream stream(path, std::ios::binary | std::ios::trunc);
+    auto stream = Opened<std::ofstream>(path, std::ios::out | std::ios::binary | std::ios::trunc);
     stream.write(static_cast<const char*>(static_cast<const void*>(m_file.data())),
                  static_cast<std::streamsize>(m_file.size()));
     stream.close();

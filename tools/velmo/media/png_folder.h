@@ -8,6 +8,7 @@
 
 #include "velmo_media/frame_sink.h"
 #include "velmo_media/frame_source.h"
+#include "velmo_media/png_codec.h"
 
 namespace velmo_media {
 
@@ -27,6 +28,7 @@ class PngFolderSource final : public FrameSource {
 
  private:
     std::vector<std::filesystem::path> m_files;
+    std::vector<std::uint8_t> m_file;  // the one read last
     VideoFormat m_format;
     std::size_t m_next = 0;
     std::string m_name;
@@ -34,14 +36,17 @@ class PngFolderSource final : public FrameSource {
 
 enum class Overwriting { Refused, Allowed };
 
+// Throws MediaError when `overwriting` is refused and there is a PNG file in the folder, or that can't be told. The
+// folder need not be there.
+void CheckPngFolder(const std::filesystem::path& folder, Overwriting overwriting);
+
 // A folder with one PNG file for each frame, called like the frame, or by its number: "000000.png".
 class PngFolderSink final : public FrameSink {
  public:
-    // Makes the folder. Throws MediaError when it can't be made, or when it holds PNG files and `overwriting` is
-    // refused.
+    // Makes the folder. Throws MediaError when it can't be made, and as CheckPngFolder does.
     PngFolderSink(std::filesystem::path folder, Overwriting overwriting);
 
-    // Any picture; what is no RGB is converted.
+    // Any picture; what is not as PNG has it, Rgb or Grey of the full range, is converted.
     void Write(const Picture& picture, const std::string& name) override;
     void Finish() override {}
 
@@ -49,6 +54,7 @@ class PngFolderSink final : public FrameSink {
     std::filesystem::path m_folder;
     std::uint64_t m_frames = 0;
     Picture m_rgb;
+    PngEncoder m_encoder;
     std::vector<std::uint8_t> m_file;
 };
 

@@ -22,6 +22,12 @@ std::vector<double> Ticks(double most) {
     return ticks;
 }
 
+std::vector<double> WholeTicks(double most) {
+    std::vector<double> ticks = Ticks(most);
+    std::erase_if(ticks, [](double tick) { return std::abs(tick - std::round(tick)) > 1e-6; });
+    return ticks;
+}
+
 std::string TickText(double value, double step) {
     int decimals = 0;
     for (double scaled = step; decimals < 3 && std::abs(scaled - std::round(scaled)) > 1e-6; scaled *= 10)

@@ -17,6 +17,9 @@ struct ChartAxis {
 // From 0 on, three to eight even values that are easy to read, none above `most`.
 std::vector<double> Ticks(double most);
 
+// Those of them that are whole numbers, for what is counted: two to eight where `most` is at least 1.
+std::vector<double> WholeTicks(double most);
+
 // "0", "2.5", "1200": no more decimals than the step between ticks needs.
 std::string TickText(double value, double step);
 

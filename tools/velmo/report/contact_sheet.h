@@ -9,11 +9,14 @@
 
 namespace velmo_report {
 
-// Keeps pictures of a few frames, evenly from the first to the last, though nobody knows how many there will be: it
-// keeps every frame at first, then every second one, and so on. Thread: one at a time.
+// Keeps pictures of a few frames from all over a run, though nobody knows how long that will be: it keeps every frame
+// at first, then every second one, every fourth, and so on. What is given in the end begins with the first frame, and
+// its distances differ by no more than the one between frames that were kept; the last one is the run's last frame, or
+// no farther from that than this distance. In a run of n frames that is 1, or at most (n - 1) / (2 * most). Thread: one
+// at a time.
 class ContactSheet {
  public:
-    // `most` frames are given in the end; up to twice as many are kept.
+    // `most` frames are given in the end, above 1; up to four times as many are kept.
     explicit ContactSheet(std::size_t most) : m_most(most) {}
 
     // Whether the frame has to be added. Frames come in order, from 0.
@@ -31,7 +34,7 @@ class ContactSheet {
     std::vector<SheetFrame> m_frames;
 };
 
-// Rgb, at most `mostWidth` wide and `mostHeight` high.
+// Rgb, of the picture's shape, and no side larger than the picture's or that of `most`.
 velmo_media::Picture Thumbnail(const velmo_media::Picture& picture, velmo_media::Size most);
 
 }  // namespace velmo_report

@@ -15,11 +15,11 @@ double Percentile(const std::vector<float>& sorted, double percent) {
     return sorted[std::min(at, sorted.size() - 1)];
 }
 
-// The least of 1, 2, 5, 10, 20, ... times `least` that is no less than `width`.
-double NiceWidth(double width, double least) {
+// The least of 1, 2, 5, 10, 20, ... times `least` of which fewer than `most` lie whole below `reach`, or end there.
+double NiceWidth(double reach, double most, double least) {
     for (double power = least;; power *= 10) {
         for (const double factor : {1.0, 2.0, 5.0}) {
-            if (power * factor >= width) return power * factor;
+            if (reach / (power * factor) < most) return power * factor;
         }
     }
 }
@@ -48,7 +48,7 @@ Histogram HistogramOf(const std::vector<float>& values) {
     std::vector<float> sorted = values;
     std::sort(sorted.begin(), sorted.end());
     const double reach = Percentile(sorted, 99.5);
-    histogram.binWidth = NiceWidth(reach / kMostBins, kLeastWidth);
+    histogram.binWidth = NiceWidth(reach, kMostBins, kLeastWidth);
     const auto inside = static_cast<std::size_t>(reach / histogram.binWidth) + 1;
     histogram.bins.resize(sorted.back() >= static_cast<double>(inside) * histogram.binWidth ? inside + 1 : inside);
     for (const float value : sorted) {

@@ -25,7 +25,8 @@ struct Histogram {
     std::vector<std::uint64_t> bins;
 };
 
-// With bins as wide as needed for 50 at most to reach the 99.5th percentile, and one for what is beyond.
+// With bins as wide as needed for 50 at most to hold the 99.5th percentile and what is below, and one more for what is
+// beyond them, where there is something.
 Histogram HistogramOf(const std::vector<float>& values);
 
 }  // namespace velmo_report

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
 
 #include "velmo_report/chart_axis.h"
+#include "velmo_report/chart_elements.h"
 
 namespace velmo_report {
 namespace {
@@ -15,16 +15,6 @@ constexpr double kTop = 52;
 constexpr double kBottom = 222;
 constexpr double kTickText = 238;
 constexpr double kLabel = 256;
-
-std::string Text(const char* kind, double x, double y, const std::string& text) {
-    return std::string("<text class=\"") + kind + "\" x=\"" + Place(x) + "\" y=\"" + Place(y) + "\">" + Escaped(text) +
-           "</text>\n";
-}
-
-std::string Line(const char* kind, double x1, double y1, double x2, double y2) {
-    return std::string("<line class=\"") + kind + "\" x1=\"" + Place(x1) + "\" y1=\"" + Place(y1) + "\" x2=\"" +
-           Place(x2) + "\" y2=\"" + Place(y2) + "\"/>\n";
-}
 
 // The lines at the percentiles, each with its name on a row of its own where two come close.
 std::string Marks(const Distribution& latency, const ChartAxis& axis) {
@@ -49,8 +39,8 @@ std::string Marks(const Distribution& latency, const ChartAxis& axis) {
             ++row;
         free[row] = left + width + 6;
         const double y = 14 + 14 * static_cast<double>(row);
-        svg += Line("mark", x, y + 3, x, kBottom);
-        svg += Text(isRight ? "marktext" : "marktext end", isRight ? x + 4 : x - 4, y, text);
+        svg += ChartLine("mark", x, y + 3, x, kBottom);
+        svg += ChartText(isRight ? "marktext" : "marktext end", isRight ? x + 4 : x - 4, y, text);
     }
     return svg;
 }
@@ -62,17 +52,15 @@ std::string HistogramChart(const RunReport& report, const PageNumbers& numbers) 
     std::string svg =
         "<svg class=\"chart\" id=\"histogram\" viewBox=\"0 0 1080 264\" role=\"img\" "
         "aria-label=\"How many frames had which latency\">\n";
-    if (histogram.bins.empty()) return svg + Text("tick", kLeft, kTop, "no frame has a latency") + "</svg>\n";
+    if (histogram.bins.empty()) return svg + ChartText("tick", kLeft, kTop, "no frame has a latency") + "</svg>\n";
 
     const auto bins = static_cast<double>(histogram.bins.size());
     const auto highest = static_cast<double>(*std::max_element(histogram.bins.begin(), histogram.bins.end()));
     const ChartAxis latency{kLeft, kRight, bins * histogram.binWidth};
     const ChartAxis count{kBottom, kTop, highest};
-    const auto counts = Ticks(highest);
-    for (const double tick : counts) {
-        if (tick != static_cast<double>(static_cast<std::int64_t>(tick))) continue;
-        svg += Line("grid", kLeft, count.At(tick), kRight, count.At(tick));
-        svg += Text("tick end", kLeft - 6, count.At(tick) + 4, TickText(tick, 1));
+    for (const double tick : WholeTicks(highest)) {
+        svg += ChartLine("grid", kLeft, count.At(tick), kRight, count.At(tick));
+        svg += ChartText("tick end", kLeft - 6, count.At(tick) + 4, TickText(tick, 1));
     }
     for (std::size_t bin = 0; bin < histogram.bins.size(); ++bin) {
         const double left = latency.At(static_cast<double>(bin) * histogram.binWidth);
@@ -84,8 +72,8 @@ std::string HistogramChart(const RunReport& report, const PageNumbers& numbers) 
     }
     const auto latencies = Ticks(latency.most);
     for (const double tick : latencies)
-        svg += Text("tick middle", latency.At(tick), kTickText, TickText(tick, latencies[1]));
-    svg += Text("tick middle", (kLeft + kRight) / 2, kLabel, "latency, ms");
+        svg += ChartText("tick middle", latency.At(tick), kTickText, TickText(tick, latencies[1]));
+    svg += ChartText("tick middle", (kLeft + kRight) / 2, kLabel, "latency, ms");
     return svg + Marks(report.latency, latency) + "</svg>\n";
 }
 

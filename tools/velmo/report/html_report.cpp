@@ -79,15 +79,15 @@ class Page {
         Tile(Number("/frames/written"), "frames in " + Number("/seconds", 2) + " s");
         Tile(Number("/framesPerSecond", 1), "frames per second");
         Tile(Number("/frames/inferred"), "inferred, " + Number("/frames/inferredPercent", 1) + "\u202f% of all");
-        Tile(Number("/frames/reused"),
-             "skipped, " + Number("/frames/reusedPercent", 1) + "\u202f%, with an older mask");
+        Tile(Number("/frames/reused"), "with an older mask, " + Number("/frames/reusedPercent", 1) + "\u202f% of all");
         Tile(Number("/latencyMs/p50", 1) + "\u202fms", "latency, p50");
         Tile(Number("/latencyMs/p99", 1) + "\u202fms", "latency, p99");
         m_html += "</div>\n";
         if (m_report.frames.noMask + m_report.frames.lost == 0) return;
         m_html += "<section><p class=\"reason\" style=\"margin:0\">" + Number("/frames/noMask") +
                   " frames came back without a mask, and " + Number("/frames/lost") +
-                  " got no result. They were written with the mask before them.</p></section>\n";
+                  " got no result. They were written with the mask before them, or as all background before the first "
+                  "mask.</p></section>\n";
     }
 
     void Image(const velmo_media::Picture& picture, const std::string& what) {
@@ -132,7 +132,7 @@ class Page {
         const std::string timeline = TimelineChart(m_report, m_numbers);
         m_html += timeline + "<div class=\"key\">\n";
         Key("inferred", "inferred");
-        Key("reused", "skipped: an older mask");
+        Key("reused", "an older mask");
         Key("without", "without a mask");
         if (timeline.find(kBeyondMark) != std::string::npos) {
             m_html +=

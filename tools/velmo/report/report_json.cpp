@@ -52,6 +52,7 @@ Json JsonOf(const Timeline& timeline) {
                            {"frames", column.frames},
                            {"reused", column.reused},
                            {"without", column.without},
+                           {"timed", column.timed},
                            {"min", Rounded(column.min)},
                            {"median", Rounded(column.median)},
                            {"max", Rounded(column.max)}});

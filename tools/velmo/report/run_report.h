@@ -1,10 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 #include <string>
-#include <utility>
-#include <variant>
 #include <vector>
 
 #include "velmo_media/picture.h"

@@ -16,6 +16,7 @@ TimelineColumn ColumnOf(std::span<const FrameRecord> records) {
         if (record.outcome == FrameOutcome::NoMask || record.outcome == FrameOutcome::Lost) ++column.without;
         if (record.latencyMs >= 0) latencies.push_back(record.latencyMs);
     }
+    column.timed = latencies.size();
     if (latencies.empty()) return column;
     std::sort(latencies.begin(), latencies.end());
     column.min = latencies.front();

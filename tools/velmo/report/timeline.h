@@ -14,6 +14,7 @@ struct TimelineColumn {
     std::uint64_t frames = 0;
     std::uint64_t reused = 0;
     std::uint64_t without = 0;  // those without a mask, and those that are lost
+    std::uint64_t timed = 0;    // those with a latency
     double min = 0;
     double median = 0;
     double max = 0;

@@ -4,6 +4,7 @@
 #include <cstddef>
 
 #include "velmo_report/chart_axis.h"
+#include "velmo_report/chart_elements.h"
 
 namespace velmo_report {
 namespace {
@@ -48,17 +49,13 @@ class Drawing {
 
  private:
     void Line(const char* kind, double x1, double y1, double x2, double y2, const std::string& more = "") {
-        m_svg += std::string("<line class=\"") + kind + "\" x1=\"" + Place(x1) + "\" y1=\"" + Place(y1) + "\" x2=\"" +
-                 Place(x2) + "\" y2=\"" + Place(y2) + "\"" + (more.empty() ? "" : " " + more) + "/>\n";
+        m_svg += ChartLine(kind, x1, y1, x2, y2, more);
     }
+    void Text(const char* kind, double x, double y, const std::string& text) { m_svg += ChartText(kind, x, y, text); }
     void Rectangle(const char* kind, double x, double y, double width, double height) {
         if (width <= 0 || height <= 0) return;
         m_svg += std::string("<rect class=\"") + kind + "\" x=\"" + Place(x) + "\" y=\"" + Place(y) + "\" width=\"" +
                  Place(std::max(0.4, width)) + "\" height=\"" + Place(height) + "\"/>\n";
-    }
-    void Text(const char* kind, double x, double y, const std::string& text) {
-        m_svg += std::string("<text class=\"") + kind + "\" x=\"" + Place(x) + "\" y=\"" + Place(y) + "\">" +
-                 Escaped(text) + "</text>\n";
     }
 
     void DrawAxes() {
@@ -68,14 +65,14 @@ class Drawing {
             Text("tick end", kLeft - 6, m_latency.At(tick) + 4, TickText(tick, latencies[1]));
         }
         Text("tick", 4, kTop - 12, "ms");
-        const auto frames = Ticks(m_frames.most);
-        for (const double tick : frames)
+        for (const double tick : WholeTicks(m_frames.most))
             Text("tick middle", m_frames.At(tick), kStripBottom + 16, TickText(tick, 1));
         Text("tick middle", (kLeft + kRight) / 2, kHeight - 14, "frame");
     }
 
     void DrawLatency(std::size_t at) {
         const TimelineColumn& column = m_report.timeline.columns[at];
+        if (column.timed == 0) return;
         const double x = m_frames.At(static_cast<double>(column.first) + static_cast<double>(column.frames) / 2);
         const bool isReused = 2 * column.reused > column.frames;
         const bool isBeyond = column.max > m_latency.most;

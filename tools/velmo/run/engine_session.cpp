@@ -6,6 +6,7 @@
 #include "velmo_run/interrupt.h"
 #include "velmo_run/process_watcher.h"
 #include "velmo_run/run_error.h"
+#include "velmo_tool/path_text.h"
 
 namespace velmo_run {
 namespace {
@@ -55,7 +56,7 @@ void BringUp(velmo_parent::InferenceProcess& process, const RunOptions& options,
     if (const std::string why = journal.WhyNoEngine(); !why.empty()) text += ": " + why;
     if (answer && answer->status == 2) text += ": the model is for another size than --quality says";
     throw RunError(text + "\nvelmo: --engine-dir names the folder of hvq.dll (" + options.engineFolder +
-                   "), --model-dir that of the models (" + options.modelFolder + ")");
+                   "), --model-dir that of the models (" + velmo_tool::Utf8FromArgument(options.modelFolder) + ")");
 }
 
 }  // namespace velmo_run

@@ -1,7 +1,6 @@
 #include "velmo_run/notice_text.h"
 
 #include <array>
-#include <type_traits>
 #include <variant>
 
 namespace velmo_run {

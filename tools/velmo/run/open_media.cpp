@@ -69,14 +69,14 @@ std::unique_ptr<std::ofstream> OpenFile(const std::string& name, Overwriting ove
 
 class Y4mSink final : public velmo_media::FrameSink {
  public:
-    // `file` is null for a stream that lives elsewhere.
+    // `file` is null for a stream that lives elsewhere. `converter` is for Rgb pictures; nothing when there are none.
     Y4mSink(std::unique_ptr<std::ofstream> file, std::ostream& stream, const std::string& name,
-            const velmo_media::VideoFormat& format)
-        : m_file(std::move(file)), m_name(name), m_format(format), m_writer(stream, name, format) {}
+            const velmo_media::VideoFormat& format, std::optional<velmo_media::RgbConverter> converter)
+        : m_file(std::move(file)), m_name(name), m_converter(std::move(converter)), m_writer(stream, name, format) {}
 
     void Write(const velmo_media::Picture& picture, const std::string& name) override {
-        const bool isReady = picture.Format().model != ColourModel::Rgb;
-        m_writer.Write(isReady ? picture : velmo_media::ConvertTo(m_format.pixels, picture), name);
+        if (m_converter) m_converter->Convert(picture, m_converted);
+        m_writer.Write(m_converter ? m_converted : picture, name);
     }
 
     void Finish() override {
@@ -87,7 +87,8 @@ class Y4mSink final : public velmo_media::FrameSink {
  private:
     std::unique_ptr<std::ofstream> m_file;
     std::string m_name;
-    velmo_media::VideoFormat m_format;
+    std::optional<velmo_media::RgbConverter> m_converter;
+    velmo_media::Picture m_converted;
     velmo_media::Y4mWriter m_writer;
 };
 
@@ -131,6 +132,7 @@ void CheckOverwriting(const std::string& output, Overwriting overwriting) {
     std::error_code error;
     const fs::path path = PathOf(output);
     if (fs::is_regular_file(path, error)) throw MediaError(output + " is there already; --force overwrites it");
+    velmo_media::CheckPngFolder(path, overwriting);
 }
 
 bool IsSamePlace(const std::string& one, const std::string& other) {
@@ -157,13 +159,17 @@ std::unique_ptr<velmo_media::FrameSink> OpenSink(const std::string& output, cons
         return std::make_unique<velmo_media::PngFolderSink>(PathOf(output), overwriting);
     }
     velmo_media::VideoFormat written = format;
+    std::optional<velmo_media::RgbConverter> converter;
     if (written.pixels.model == ColourModel::Rgb) {
         written.pixels = {ColourModel::Yuv, 0, 0, velmo_media::ColourRange::Limited};
+        converter.emplace(written.pixels, written.size);
     }
-    if (output == kStandardStream) return std::make_unique<Y4mSink>(nullptr, streams.out, "standard output", written);
+    if (output == kStandardStream) {
+        return std::make_unique<Y4mSink>(nullptr, streams.out, "standard output", written, std::move(converter));
+    }
     auto file = OpenFile(output, overwriting);
     std::ostream& stream = *file;
-    return std::make_unique<Y4mSink>(std::move(file), stream, output, written);
+    return std::make_unique<Y4mSink>(std::move(file), stream, output, written, std::move(converter));
 }
 
 velmo_media::BackgroundKind OpenBackground(const std::string& text) {

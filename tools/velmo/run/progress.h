@@ -15,7 +15,8 @@ struct ProgressCounts {
 
 enum class ProgressForm { Bar /* one line that changes, for a terminal */, Lines };
 
-// Shows it while it goes on. Thread: one at a time.
+// Shows it while it goes on. A bar never takes more than 79 columns: a terminal of 80 would break the line after that,
+// and each update would leave one behind. Thread: one at a time.
 class Progress {
  public:
     using Time = std::chrono::steady_clock::time_point;
@@ -26,18 +27,19 @@ class Progress {
     // Shows the counts if enough time has passed: ten times a second for a bar, every two seconds for lines.
     void Update(const ProgressCounts& counts, Time now);
 
-    // The bar is over: what is written next has its own line.
+    // The counts of the last Update are the final ones: the bar shows them, and what is written next has its own line.
     void End();
 
  private:
-    void Show(const ProgressCounts& counts, Time now);
+    void Show();
 
     std::ostream& m_out;
     ProgressForm m_form;
     std::optional<std::uint64_t> m_total;
     Time m_begin;
     Time m_shown;
-    bool m_barIsOpen = false;
+    std::optional<ProgressCounts> m_counts;  // of the last Update, as the time
+    Time m_updated;
 };
 
 }  // namespace velmo_run

@@ -6,6 +6,7 @@
 #include "platform/machine.h"
 #include "velmo_report/number_format.h"
 #include "velmo_run/notice_text.h"
+#include "velmo_tool/path_text.h"
 #include "velmo_tool/probe/machine_facts.h"
 
 namespace velmo_run {
@@ -31,6 +32,8 @@ const char* FamilyName(velmo_parent::ModelFamily family) {
     return "2 (inhouse)";
 }
 
+}  // namespace
+
 std::vector<Setting> SettingsOf(const RunOptions& options) {
     const velmo_parent::FrameSize size = velmo_parent::SizeOf(options.quality);
     std::vector<Setting> settings = {
@@ -42,12 +45,16 @@ std::vector<Setting> SettingsOf(const RunOptions& options) {
         {"pace", options.fps > 0 ? Fixed(options.fps, 3) + " frames per second" : "as fast as it goes"},
         {"background", options.background},
         {"engine folder", options.engineFolder},
-        {"model folder", options.modelFolder},
+        {"model folder", velmo_tool::Utf8FromArgument(options.modelFolder)},
     };
-    if (!options.cacheFolder.empty()) settings.push_back({"cache folder", options.cacheFolder});
+    if (!options.cacheFolder.empty()) {
+        settings.push_back({"cache folder", velmo_tool::Utf8FromArgument(options.cacheFolder)});
+    }
     if (options.frames) settings.push_back({"frames", std::to_string(*options.frames) + " at most"});
     return settings;
 }
+
+namespace {
 
 std::vector<Setting> FilesOf(const RunOptions& options, bool hasSheet) {
     std::vector<Setting> files;

@@ -20,6 +20,9 @@ struct RunOutcome {
     double bringUpSeconds = 0;
 };
 
+// What a run was asked for, as a person would name it. UTF-8.
+std::vector<velmo_report::Setting> SettingsOf(const RunOptions& options);
+
 // The report of a run. Asks the machine's probes.
 velmo_report::RunReport MakeReport(const RunOptions& options, const velmo_media::VideoFormat& format,
                                    const WrittenFramesLog& frames, const RunJournal& journal,

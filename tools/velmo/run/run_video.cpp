@@ -256,6 +256,7 @@ int VideoRun::Run() {
     begin.at = Clock::now();
     m_progress.emplace(m_surroundings.talk, m_surroundings.progress, total, begin.at);
     RunFrames(process);
+    (void)LookAround();
     m_progress->End();
     return Conclude(begin);
 }

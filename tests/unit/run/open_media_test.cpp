@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "failure_of.h"
 #include "platform/child_process.h"
 #include "scratch_folder.h"
 #include "velmo_media/ffmpeg_source.h"
@@ -26,16 +27,6 @@ using testing::EndsWith;
 using velmo_media::MediaError;
 using velmo_media::Overwriting;
 using velmo_run::CheckOverwriting;
-
-template <class Action>
-std::string FailureOf(Action action) {
-    try {
-        action();
-    } catch (const MediaError& error) {
-        return error.what();
-    }
-    return "it worked";
-}
 
 TEST(CheckOverwriting, LooksForFilesAndIntoFoldersOfPictures) {
     const ScratchFolder folder;

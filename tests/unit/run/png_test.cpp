@@ -7,6 +7,7 @@
 #include <optional>
 #include <span>
 
+#include "failure_of.h"
 #include "scratch_folder.h"
 #include "velmo_media/media_error.h"
 #include "velmo_media/path_name.h"
@@ -45,16 +46,6 @@ Picture DecodePng(std::span<const std::uint8_t> file) {
     Picture picture;
     velmo_media::DecodePng(file, picture);
     return picture;
-}
-
-template <class Action>
-std::string FailureOf(Action action) {
-    try {
-        action();
-    } catch (const MediaError& error) {
-        return error.what();
-    }
-    return "it worked";
 }
 
 TEST(Png, ComesBackAsItWas) {

@@ -15,7 +15,6 @@
 #include "platform/child_process.h"
 #include "scratch_folder.h"
 #include "velmo_media/ffmpeg_source.h"
-#include "velmo_media/media_error.h"
 #include "velmo_media/picture.h"
 #include "velmo_media/png_folder.h"
 
@@ -24,7 +23,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::EndsWith;
-using velmo_media::MediaError;
 using velmo_media::Overwriting;
 using velmo_run::CheckOverwriting;
 

@@ -9,7 +9,6 @@
 
 #include "failure_of.h"
 #include "scratch_folder.h"
-#include "velmo_media/media_error.h"
 #include "velmo_media/path_name.h"
 #include "velmo_media/png_codec.h"
 #include "velmo_media/png_folder.h"
@@ -20,7 +19,6 @@ namespace {
 using testing::HasSubstr;
 using velmo_media::ColourModel;
 using velmo_media::ColourRange;
-using velmo_media::MediaError;
 using velmo_media::Overwriting;
 using velmo_media::Picture;
 using velmo_media::PngFolderSink;

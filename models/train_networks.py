@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Trains the six reference networks from nothing and writes them to models/. An hour or two on a processor; only whoever
+"""Trains the six reference networks from nothing and writes them to models/. Two hours on a processor; only whoever
 wants other networks runs it.
 
 Installs PyTorch and ONNX from Debian where they are missing, draws the scenes, trains two sets of weights (the
@@ -21,10 +21,12 @@ PROGRAMS = os.path.join(BUILD, "bin")
 # A stage: name of its weights, size, scenes (seed of the first, how many), weights to start from, and how.
 # The larger pictures start from what was learnt on the smaller ones.
 STAGES = [
-    ("first-144p", "144p", (1000, 6000), None, ["--steps", "7000"]),
-    ("second-144p", "144p", (1000, 6000), "first-144p", ["--steps", "2600", "--rate", "2e-3", "--seed", "7"]),
-    ("144p", "144p", (50000, 4000), "second-144p", ["--steps", "1100", "--rate", "1e-3", "--seed", "8"]),
-    ("360p", "360p", (20000, 1500), "second-144p", ["--steps", "1600", "--batch", "8", "--rate", "1e-3"]),
+    ("first-144p", "144p", (1000, 8000), None, ["--steps", "11000"]),
+    ("second-144p", "144p", (50000, 5000), "first-144p", ["--steps", "4000", "--rate", "1.5e-3", "--seed", "7"]),
+    ("144p", "144p", (50000, 5000), "second-144p", ["--steps", "800", "--rate", "5e-4", "--seed", "9"]),
+    ("second-360p", "360p", (20000, 2500), "first-144p",
+     ["--steps", "2500", "--batch", "8", "--rate", "1.5e-3", "--seed", "8"]),
+    ("360p", "360p", (20000, 2500), "second-360p", ["--steps", "400", "--batch", "8", "--rate", "5e-4", "--seed", "9"]),
 ]
 FINAL = ["144p", "360p"]
 PICTURES = {"144p": "256x144", "360p": "640x360"}
@@ -39,7 +41,7 @@ def run(*command):
 
 def draw(work, quality, seed, count):
     """Draws scenes unless they are there; returns their file."""
-    path = os.path.join(work, f"scenes-{quality}-{seed}.raw")
+    path = os.path.join(work, f"scenes-{quality}-{seed}-{count}.raw")
     if not os.path.exists(path):
         command = [os.path.join(PROGRAMS, "draw_scenes"), "train", "--seed", str(seed), "--sequences", str(count),
                    "--frames", "4", "--size", PICTURES[quality]]
@@ -66,7 +68,7 @@ def train(work, threads, name, quality, scenes, first, options):
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--work", default=os.path.join(ROOT, "build", "training"),
-                        help="folder for scenes (9 GB) and weights; build/training by default")
+                        help="folder for scenes (17 GB) and weights; build/training by default")
     parser.add_argument("--threads", default=str(os.cpu_count() or 1), help="of PyTorch; one per processor by default")
     arguments = parser.parse_args()
     os.makedirs(arguments.work, exist_ok=True)

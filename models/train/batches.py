@@ -5,6 +5,7 @@ import torch
 from heads import COLUMNS, ROWS
 
 NOISE_VALUES = 1 << 22
+PLAIN = 0.04  # share of pictures of one colour, as a camera gives that is covered or not there yet
 
 
 class Batches:
@@ -18,7 +19,8 @@ class Batches:
         self.noise = numpy.random.RandomState(seed).randn(NOISE_VALUES).astype(numpy.float32)
 
     def sample(self, step, size):
-        """Returns batch `step`: planes, masks, weights of pixels, face scores, face boxes, gestures, and where the pictures come from."""
+        """Returns batch `step`: planes, masks, weights of pixels, face scores, face boxes, gestures, and where the
+        pictures come from, None for one of a plain colour."""
         random = numpy.random.RandomState((self.seed * 1000003 + step) % (1 << 32))
         count, length = self.scenes.masks.shape[:2]
         height, width = self.scenes.masks.shape[2:]
@@ -33,8 +35,13 @@ class Batches:
             scene, frame = random.randint(count), random.randint(length)
             flip = bool(random.randint(2))
             view = slice(None, None, -1) if flip else slice(None)
-            self._picture(random, self.scenes.pictures[scene, frame][:, view], planes[index, :3])
             planes[index, 3] = self._previous(random, scene, frame)[:, view]
+            if random.rand() < PLAIN:
+                self._plain(random, planes[index, :3])
+                masks[index, 0], weights[index, 0], gesture[index] = 0, 1, -1
+                places.append(None)
+                continue
+            self._picture(random, self.scenes.pictures[scene, frame][:, view], planes[index, :3])
             masks[index, 0] = self.scenes.masks[scene, frame][:, view]
             weights[index, 0] = edge_weight(masks[index, 0])
             self._faces(scene, frame, flip, score[index], box[index])
@@ -47,7 +54,10 @@ class Batches:
     def keep(self, places, logits):
         """Remembers what the network made of a batch."""
         masks = (torch.sigmoid(logits.detach()[:, 0]) * 255 + 0.5).to(torch.uint8).numpy()
-        for (scene, frame, flip), mask in zip(places, masks):
+        for place, mask in zip(places, masks):
+            if place is None:
+                continue
+            scene, frame, flip = place
             self.own[scene, frame] = mask[:, ::-1] if flip else mask
             self.seen[scene, frame] = True
 
@@ -61,6 +71,17 @@ class Batches:
         for channel in range(3):
             curve = level ** gamma * gain * numpy.exp(random.randn() * 0.06) + random.randn() * 0.02
             out[channel] = curve.astype(numpy.float32)[picture[:, :, channel]]
+        self._sensor_noise(random, out)
+
+    def _plain(self, random, out):
+        """One colour, black, white or grey more often than others, with or without noise."""
+        level = random.rand() if random.rand() < 0.6 else random.randint(2)
+        colour = numpy.full(3, level) if random.rand() < 0.7 else random.rand(3)
+        out[:] = colour.astype(numpy.float32)[:, None, None]
+        self._sensor_noise(random, out)
+
+    def _sensor_noise(self, random, out):
+        """Adds noise to half of the pictures."""
         if random.rand() < 0.5:
             start = random.randint(NOISE_VALUES - out.size)
             out += self.noise[start:start + out.size].reshape(out.shape) * numpy.float32(random.rand() ** 2 * 0.06)

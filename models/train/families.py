@@ -8,8 +8,8 @@ from trunk import Trunk, emit_mask
 # (height, width) of the pictures, by the part of the file name.
 SIZES = {"144p": (144, 256), "360p": (360, 640)}
 PLANS = {
-    "144p": dict(step=2, down=[16, 32, 48, 64], depth=[0, 0, 1, 2], up=[16, 16, 32], last=False),
-    "360p": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 2], up=[32, 16, 32], last=False),
+    "144p": dict(step=2, down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32], last=False),
+    "360p": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 3], up=[32, 16, 32], last=False),
 }
 # The family's part of the file name, and what it has besides the mask. All share their weights.
 FAMILIES = {"calyr": ("heads",), "calyr_re": ("heads", "table"), "inhouse": ()}

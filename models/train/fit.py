@@ -80,16 +80,21 @@ class Training:
         return numpy.array([losses[0].item(), overlap(logits, masks), losses[1].item(), losses[2].item()])
 
     def state(self):
-        return {"steps": self.arguments.steps, "learning": self.network.state_dict(), "kept": self.kept.state_dict(),
+        return {"told": self._told(), "learning": self.network.state_dict(), "kept": self.kept.state_dict(),
                 "adam": self.adam.state_dict()}
 
     def go_on(self, state):
         """Takes up what state() gave. The network's own earlier masks are lost, and made anew as it goes."""
-        if state["steps"] != self.arguments.steps:
-            raise SystemExit(f"the checkpoint is of a training of {state['steps']} steps; remove it, or ask for as many")
+        if state["told"] != self._told():
+            raise SystemExit(f"the checkpoint is of another training, {state['told']}; remove it, or ask for the same")
         self.network.load_state_dict(state["learning"])
         self.kept.load_state_dict(state["kept"])
         self.adam.load_state_dict(state["adam"])
+
+    def _told(self):
+        """What makes this training another one than those that were told otherwise."""
+        names = ["quality", "start", "steps", "batch", "rate", "seed"]
+        return {"scenes": os.path.basename(self.arguments.scenes)} | {name: vars(self.arguments)[name] for name in names}
 
     def result(self):
         return {"quality": self.arguments.quality, "network": self.kept.state_dict()}

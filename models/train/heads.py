@@ -10,7 +10,7 @@ from layers import Conv, convolve
 ROWS, COLUMNS = 9, 16
 GESTURES = 9
 TABLE = 33
-# How far the table's gains go: a picture of one colour is left as it is, more or less.
+# How far the table's gains go, so that a picture of one colour keeps most of it.
 LOWEST_GAIN, HIGHEST_GAIN = 0.75, 1.35
 
 

@@ -6,8 +6,8 @@ import numpy
 from families import SIZES
 
 FRAMES = 4  # per scene, as told to draw_scenes
-# Places in a frame's 16 floats: people seen, two faces of five values, the arms on the picture's left and right, still.
-PEOPLE, FACES, ARMS, STILL = 0, (1, 6), (11, 12), 13
+# Places in a frame's 16 floats: people seen, two faces of five values, the arms on the picture's left and right.
+PEOPLE, FACES, ARMS = 0, (1, 6), (11, 12)
 
 
 class Scenes:
@@ -39,7 +39,3 @@ class Scenes:
             return -1
         left, right = (int(facts[at]) for at in (ARMS[::-1] if flip else ARMS))
         return 3 * left + right
-
-    def still(self, scene):
-        """Whether nothing but noise changes through the whole scene."""
-        return bool((self._facts[scene, :, STILL] > 0).all())

@@ -14,6 +14,7 @@ from trunk import Trunk, emit_mask
 SHAPES = {
     "144p": {
         "chosen": PLANS["144p"],
+        "one_block_less": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 2], up=[16, 16, 32], last=False),
         "small": dict(down=[8, 16, 32, 48], depth=[0, 0, 1, 1], up=[8, 16, 32], last=False),
         "block_at_quarter": dict(down=[16, 32, 48, 64], depth=[0, 1, 1, 2], up=[16, 16, 32], last=False),
         "last_convolution": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 2], up=[16, 16, 32], last=True),
@@ -23,6 +24,7 @@ SHAPES = {
     },
     "360p": {
         "chosen": PLANS["360p"],
+        "one_block_less": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 2], up=[32, 16, 32], last=False),
         "small": dict(step=4, down=[16, 16, 32, 48], depth=[0, 0, 1, 1], up=[16, 16, 32], last=False),
         "step_of_two": dict(down=[16, 16, 32, 48, 64], depth=[0, 0, 0, 1, 2], up=[16, 16, 16, 32], last=False),
         "last_convolution": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 2], up=[32, 16, 32], last=True),

@@ -103,6 +103,16 @@ velmo_media::Picture Noise(Size size) {
     return picture;
 }
 
+// How often memory is taken for a few frames more, once the buffers stand.
+template <class Action>
+std::int64_t AllocationsOf(Action takeOne) {
+    takeOne();
+    const std::int64_t before = AllocationCount();
+    for (int frame = 0; frame < 3; ++frame)
+        takeOne();
+    return AllocationCount() - before;
+}
+
 // What the library behind these allocates is its own, and not counted.
 TEST(FrameAllocations, OfPngFilesAreThoseOfTheirLibraryAlone) {
     constexpr Size kSize{321, 201};
@@ -110,15 +120,11 @@ TEST(FrameAllocations, OfPngFilesAreThoseOfTheirLibraryAlone) {
     velmo_media::Picture read;
     velmo_media::PngEncoder encoder;
     std::vector<std::uint8_t> file;
-    const auto takeOne = [&] {
-        encoder.Encode(rgb, file);
-        velmo_media::DecodePng(file, read);
-    };
-    takeOne();
-    const std::int64_t before = AllocationCount();
-    for (int frame = 0; frame < 3; ++frame)
-        takeOne();
-    EXPECT_EQ(AllocationCount() - before, 0);
+    EXPECT_EQ(AllocationsOf([&] {
+                  encoder.Encode(rgb, file);
+                  velmo_media::DecodePng(file, read);
+              }),
+              0);
 }
 
 TEST(FrameAllocations, OfConversionsAreNoneOnceTheBuffersStand) {
@@ -131,15 +137,11 @@ TEST(FrameAllocations, OfConversionsAreNoneOnceTheBuffersStand) {
         velmo_media::RgbConverter converter(format, kSize);
         velmo_media::Picture video;
         velmo_media::Picture back;
-        const auto takeOne = [&] {
-            converter.Convert(rgb, video);
-            velmo_media::ConvertToRgb(video, back);
-        };
-        takeOne();
-        const std::int64_t before = AllocationCount();
-        for (int frame = 0; frame < 3; ++frame)
-            takeOne();
-        EXPECT_EQ(AllocationCount() - before, 0);
+        EXPECT_EQ(AllocationsOf([&] {
+                      converter.Convert(rgb, video);
+                      velmo_media::ConvertToRgb(video, back);
+                  }),
+                  0);
     }
 }
 

@@ -44,12 +44,11 @@ bool WriteReportFiles(const RunOptions& options, const velmo_report::RunReport& 
         velmo_media::EncodePng(velmo_report::SheetPicture(report.sheet), png);
         return std::string(png.begin(), png.end());
     };
-    bool isGood = WriteFile(
-        options, options.report, "report", [&] { return velmo_report::HtmlReport(report); }, talk);
-    isGood =
-        WriteFile(
-            options, options.json, "numbers of the report", [&] { return velmo_report::JsonText(report); }, talk) &&
-        isGood;
+    const auto page = [&report] { return velmo_report::HtmlReport(report); };
+    const auto numbers = [&report] { return velmo_report::JsonText(report); };
+    // Each is tried, whatever became of the one before.
+    bool isGood = WriteFile(options, options.report, "report", page, talk);
+    isGood = WriteFile(options, options.json, "numbers of the report", numbers, talk) && isGood;
     if (!report.sheet.empty()) isGood = WriteFile(options, options.sheet, "contact sheet", sheet, talk) && isGood;
     return isGood;
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -256,7 +255,7 @@ int VideoRun::Run() {
     begin.at = Clock::now();
     m_progress.emplace(m_surroundings.talk, m_surroundings.progress, total, begin.at);
     RunFrames(process);
-    (void)LookAround();
+    (void)LookAround();  // so that the last frames are in the progress that stays
     m_progress->End();
     return Conclude(begin);
 }

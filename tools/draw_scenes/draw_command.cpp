@@ -116,7 +116,7 @@ int Run(const Arguments& arguments, ByteSink& output, std::ostream& errors) {
     auto file = NewFile::Open(arguments.path, arguments.force ? IfThere::Overwrite : IfThere::Keep);
     if (file) return DrawInto(arguments, *file, arguments.path, errors);
     errors << kProgram << ": " << arguments.path << " is there already (--force overwrites it) or can't be written\n";
-    return kNoFile;
+    return kNotBegun;
 }
 
 }  // namespace
@@ -131,7 +131,7 @@ int RunDrawScenes(int argc, const char* const* argv, ByteSink& output, std::ostr
         try {
             arguments.App().parse(argc, argv);
         } catch (const CLI::ParseError& error) {
-            return arguments.App().exit(error, texts, errors);
+            return arguments.App().exit(error, texts, errors) == 0 ? 0 : kNotBegun;
         }
         return Run(arguments, output, errors);
     } catch (const std::bad_alloc&) {

@@ -22,6 +22,7 @@
 namespace {
 
 constexpr int kSpeedRounds = 300;
+constexpr int kUsage = 2;  // exit code for a command line that can't be right
 
 // Speed alone: the fastest and the median of many rounds on a picture of stripes.
 void PrintSpeed(network_check::ModelRun& model, const std::string& name) {
@@ -121,10 +122,15 @@ int main(int argc, char** argv) {
             ->check(CLI::Range(1, 100000));
         app.add_option("--library", options.library, "The inference library; the one beside this program");
         app.add_option("--models", options.folder, "Folder of the six model files; \"models\" beside this program");
-        app.add_flag("--speed", options.onlySpeed, "Time alone: fastest and median milliseconds");
-        app.add_option("--write-samples", options.samples, "Only writes each network's sample mask to this folder");
+        auto* const speed = app.add_flag("--speed", options.onlySpeed, "Time alone: fastest and median milliseconds");
+        app.add_option("--write-samples", options.samples, "Only writes each network's sample mask to this folder")
+            ->excludes(speed);
         app.add_option("files", options.files, "Other networks instead of the six");
-        CLI11_PARSE(app, argc, argv);
+        try {
+            app.parse(argc, argv);
+        } catch (const CLI::ParseError& error) {
+            return app.exit(error) == 0 ? 0 : kUsage;
+        }
         Check(options);
         return 0;
     } catch (const std::exception& error) {

@@ -2,12 +2,16 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "network_check_tool/evaluation.h"
+#include "network_check_tool/overlap.h"
 #include "reference_models.h"
 
 namespace {
 
+using network_check::Overlap;
+using networks_tests::Draw;
 using networks_tests::Empty;
 using networks_tests::Model;
 using networks_tests::Share;
@@ -34,6 +38,37 @@ TEST_P(NetworkAccuracy, ReachesItsOverlapOnScenesThatItNeverSaw) {
 INSTANTIATE_TEST_SUITE_P(Reference, NetworkAccuracy,
                          testing::Values(Bar{"calyr_144p", 24, 0.89, 0.96}, Bar{"calyr_360p", 6, 0.90, 0.97}),
                          [](const auto& each) { return each.param.model; });
+
+// Held-out scenes by what is in them, counted from the first one that is looked at here.
+constexpr std::uint64_t kFullScenes[] = {5, 10, 92};    // somebody takes half of the picture
+constexpr std::uint64_t kEmptyScenes[] = {28, 37, 54};  // rooms and the like, with nobody in them
+
+class NetworkScenes : public testing::TestWithParam<std::string> {};
+
+TEST_P(NetworkScenes, CutOutSomebodyWhoFillsThePicture) {
+    auto& model = Model(GetParam());
+    for (const std::uint64_t scene : kFullScenes) {
+        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + scene);
+        ASSERT_GT(Share(frame.mask), 0.49);
+        const std::vector<std::uint8_t> alone = model.Infer(frame.rgb, Empty(model));
+        EXPECT_GT(Overlap(alone, frame.mask), 0.85) << "scene " << scene;
+        EXPECT_GT(Overlap(model.Infer(frame.rgb, alone), frame.mask), 0.85) << "scene " << scene;
+    }
+}
+
+TEST_P(NetworkScenes, FindNobodyInAnEmptyRoom) {
+    auto& model = Model(GetParam());
+    for (const std::uint64_t scene : kEmptyScenes) {
+        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + scene);
+        ASSERT_EQ(frame.people, 0);
+        const std::vector<std::uint8_t> alone = model.Infer(frame.rgb, Empty(model));
+        EXPECT_LT(Share(alone), 0.01) << "scene " << scene;
+        EXPECT_LT(Share(model.Infer(frame.rgb, alone)), 0.01) << "scene " << scene;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Reference, NetworkScenes, testing::Values("calyr_144p", "calyr_360p"),
+                         [](const auto& each) { return each.param; });
 
 class NetworkExtremes : public testing::TestWithParam<std::string> {};
 

@@ -60,6 +60,22 @@ TEST_P(PreviousMask, IsOvercomeWhereItIsWrong) {
     EXPECT_GT(afterWrong / kScenes, alone / kScenes - 0.05);
 }
 
+// On a picture that stands still but for its noise.
+TEST_P(PreviousMask, MakesMasksSteadier) {
+    auto& model = Model(GetParam());
+    double alone = 0;
+    double following = 0;
+    for (std::uint32_t i = 0; i < kScenes; ++i) {
+        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + i);
+        const std::vector<std::uint8_t> first = Spoiled(frame.rgb, i + 1);
+        const std::vector<std::uint8_t> second = Spoiled(frame.rgb, i + 1 + kScenes);
+        const std::vector<std::uint8_t> mask = model.Infer(first, Empty(model));
+        alone += Overlap(model.Infer(second, Empty(model)), mask);
+        following += Overlap(model.Infer(second, mask), mask);
+    }
+    EXPECT_GT(following / kScenes, alone / kScenes);
+}
+
 INSTANTIATE_TEST_SUITE_P(Reference, PreviousMask, testing::Values("calyr_144p", "inhouse_360p"),
                          [](const auto& each) { return each.param; });
 

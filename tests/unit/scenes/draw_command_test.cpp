@@ -64,13 +64,13 @@ TEST_F(DrawCommand, HeldOutScenesAreOthers) {
 }
 
 TEST_F(DrawCommand, RefusesWhatCanNotBeDrawn) {
-    EXPECT_GT(Run({"train", "--seed", "4294967295", "--sequences", "2"}), kNoFile);
+    EXPECT_EQ(Run({"train", "--seed", "4294967295", "--sequences", "2"}), kNotBegun);
     EXPECT_THAT(m_errors.str(), HasSubstr("held out"));
-    EXPECT_GT(Run({"train", "--frames", "100000", "--step-ms", "60000"}), kNoFile);
+    EXPECT_EQ(Run({"train", "--frames", "100000", "--step-ms", "60000"}), kNotBegun);
     EXPECT_THAT(m_errors.str(), HasSubstr("100000 seconds"));
-    EXPECT_GT(Run({"train", "--size", "16"}), kNoFile);
+    EXPECT_EQ(Run({"train", "--size", "16"}), kNotBegun);
     EXPECT_THAT(m_errors.str(), HasSubstr("no size"));
-    EXPECT_GT(Run({}), kNoFile);
+    EXPECT_EQ(Run({}), kNotBegun);
     EXPECT_THAT(m_output.bytes, IsEmpty());
 }
 
@@ -112,7 +112,7 @@ TEST_F(DrawCommand, WritesAClipToANewFileOnly) {
     const std::vector<const char*> words{"clip", "--size", "16x10", "--seconds", "0.1", "-o", file.c_str()};
 
     EXPECT_EQ(Run(words), 0);
-    EXPECT_EQ(Run(words), kNoFile);
+    EXPECT_EQ(Run(words), kNotBegun);
 
     EXPECT_THAT(m_errors.str(), HasSubstr("is there already"));
     EXPECT_THAT(m_output.bytes, IsEmpty());

@@ -1,29 +1,30 @@
-"""Random batches of pictures with the fourth plane as it is used: right, late, the network's own, empty or wrong."""
+"""Random batches of pictures, with the fourth plane as it is used: right, late, the network's own, empty or wrong."""
 import numpy
 import torch
 
 from heads import COLUMNS, ROWS
+from previous import HISTORIES
 
 NOISE_VALUES = 1 << 22
-PLAIN = 0.04  # share of pictures of one colour, as a camera gives that is covered or not there yet
 
 
 class Batches:
-    """scenes: a Scenes. Keeps the network's own masks, as it made them when it last saw each picture."""
+    """scenes: a Scenes. size: pictures in a batch. history: a name of HISTORIES. plain: share of pictures of one
+    colour, as a camera gives that is covered or not there yet."""
 
-    def __init__(self, scenes, seed):
+    def __init__(self, scenes, seed, size, history, plain):
         self.scenes = scenes
         self.seed = seed
-        self.own = numpy.zeros(scenes.masks.shape, numpy.uint8)
-        self.seen = numpy.zeros(scenes.masks.shape[:2], bool)
+        self.size = size
+        self.plain = plain
+        self.history = HISTORIES[history](scenes, seed, size)
         self.noise = numpy.random.RandomState(seed).randn(NOISE_VALUES).astype(numpy.float32)
 
-    def sample(self, step, size):
+    def sample(self, step):
         """Returns batch `step`: planes, masks, weights of pixels, face scores, face boxes, gestures, and where the
         pictures come from, None for one of a plain colour."""
         random = numpy.random.RandomState((self.seed * 1000003 + step) % (1 << 32))
-        count, length = self.scenes.masks.shape[:2]
-        height, width = self.scenes.masks.shape[2:]
+        size, (height, width) = self.size, self.scenes.masks.shape[2:]
         planes = numpy.empty((size, 4, height, width), numpy.float32)
         masks = numpy.empty((size, 1, height, width), numpy.float32)
         weights = numpy.empty((size, 1, height, width), numpy.float32)
@@ -32,80 +33,43 @@ class Batches:
         gesture = numpy.empty(size, numpy.int64)
         places = []
         for index in range(size):
-            scene, frame = random.randint(count), random.randint(length)
-            flip = bool(random.randint(2))
+            place, light_chance = self.history.choose(random, step, index)
+            scene, frame, flip = place
             view = slice(None, None, -1) if flip else slice(None)
-            planes[index, 3] = self._previous(random, scene, frame)[:, view]
-            if random.rand() < PLAIN:
+            planes[index, 3] = self.history.previous(random, step, index, place)[:, view]
+            if self.plain and random.rand() < self.plain:
                 self._plain(random, planes[index, :3])
                 masks[index, 0], weights[index, 0], gesture[index] = 0, 1, -1
                 places.append(None)
                 continue
-            self._picture(random, self.scenes.pictures[scene, frame][:, view], planes[index, :3])
+            relight(light_chance, self.scenes.pictures[scene, frame][:, view], planes[index, :3])
+            self._sense(random, planes[index, :3])
             masks[index, 0] = self.scenes.masks[scene, frame][:, view]
             weights[index, 0] = edge_weight(masks[index, 0])
             self._faces(scene, frame, flip, score[index], box[index])
             gesture[index] = self.scenes.gesture(scene, frame, flip)
-            places.append((scene, frame, flip))
+            places.append(place)
         planes[:, 3] *= 1 / 255
         masks *= 1 / 255
         return [torch.from_numpy(a) for a in (planes, masks, weights, score, box, gesture)] + [places]
 
     def keep(self, places, logits):
         """Remembers what the network made of a batch."""
-        masks = (torch.sigmoid(logits.detach()[:, 0]) * 255 + 0.5).to(torch.uint8).numpy()
-        for place, mask in zip(places, masks):
-            if place is None:
-                continue
-            scene, frame, flip = place
-            self.own[scene, frame] = mask[:, ::-1] if flip else mask
-            self.seen[scene, frame] = True
-
-    def _picture(self, random, picture, out):
-        """Other light, colours and noise than it was drawn with."""
-        level = numpy.arange(256, dtype=numpy.float32) / 255
-        gamma = numpy.exp(random.randn() * 0.2)
-        gain = numpy.exp(random.randn() * 0.15)
-        if random.rand() < 0.3:
-            gain, gamma = 1.0, 1.0
-        for channel in range(3):
-            curve = level ** gamma * gain * numpy.exp(random.randn() * 0.06) + random.randn() * 0.02
-            out[channel] = curve.astype(numpy.float32)[picture[:, :, channel]]
-        self._sensor_noise(random, out)
+        self.history.keep(places, (torch.sigmoid(logits.detach()[:, 0]) * 255 + 0.5).to(torch.uint8).numpy())
 
     def _plain(self, random, out):
         """One colour, black, white or grey more often than others, with or without noise."""
         level = random.rand() if random.rand() < 0.6 else random.randint(2)
         colour = numpy.full(3, level) if random.rand() < 0.7 else random.rand(3)
         out[:] = colour.astype(numpy.float32)[:, None, None]
-        self._sensor_noise(random, out)
+        self._sense(random, out)
 
-    def _sensor_noise(self, random, out):
-        """Adds noise to half of the pictures."""
+    def _sense(self, random, out):
+        """What a sensor makes of light: noise in half of the pictures, and nothing beyond black and white."""
         if random.rand() < 0.5:
             start = random.randint(NOISE_VALUES - out.size)
             out += self.noise[start:start + out.size].reshape(out.shape) * numpy.float32(random.rand() ** 2 * 0.06)
         numpy.clip(out, 0, 1, out=out)
-
-    def _previous(self, random, scene, frame):
-        """The fourth plane, bytes."""
-        masks = self.scenes.masks
-        kind = random.rand()
-        before = max(frame - 1, 0)
-        if kind < 0.30:
-            return numpy.zeros(masks.shape[2:], numpy.uint8)
-        if kind < 0.60 and self.seen[scene, before]:
-            return self.own[scene, before]
-        if kind < 0.68 and self.seen[scene, frame]:
-            return self.own[scene, frame]  # nothing has moved, the noise is another
-        if kind < 0.82:
-            return masks[scene, before]
-        if kind < 0.90:  # late: from frames ago, or moved as if it were
-            late = masks[scene, random.randint(frame + 1)]
-            return moved(late, random.randint(-12, 13), random.randint(-6, 7))
-        if kind < 0.97:  # of another picture
-            return masks[random.randint(masks.shape[0]), random.randint(masks.shape[1])]
-        return numpy.full(masks.shape[2:], 255 * random.randint(2), numpy.uint8)
 
     def _faces(self, scene, frame, flip, score, box):
         for x, y, width, height in self.scenes.faces(scene, frame):
@@ -116,6 +80,18 @@ class Batches:
                 box[:, row, column] = ((x * COLUMNS - column + 0.5) / 2, (y * ROWS - row + 0.5) / 2, width, height)
 
 
+def relight(random, picture, out):
+    """Gives a picture another light and other colours than it was drawn with."""
+    level = numpy.arange(256, dtype=numpy.float32) / 255
+    gamma = numpy.exp(random.randn() * 0.2)
+    gain = numpy.exp(random.randn() * 0.15)
+    if random.rand() < 0.3:
+        gain, gamma = 1.0, 1.0
+    for channel in range(3):
+        curve = level ** gamma * gain * numpy.exp(random.randn() * 0.06) + random.randn() * 0.02
+        numpy.take(curve.astype(numpy.float32), picture[:, :, channel], out=out[channel], mode="clip")
+
+
 def edge_weight(mask, extra=3.0):
     """Returns 1 for each pixel, and up to `extra` more within two pixels of the outline. mask: 0 to 255."""
     for axis in (0, 1):
@@ -124,12 +100,3 @@ def edge_weight(mask, extra=3.0):
         mask = sum(padded[at:at + length] if axis == 0 else padded[:, at:at + length] for at in range(5))
     mean = mask * numpy.float32(1 / (25 * 255))
     return 1 + 4 * extra * mean * (1 - mean)
-
-
-def moved(mask, right, down):
-    """Returns the mask moved by pixels, with nothing where it came from."""
-    height, width = mask.shape
-    out = numpy.zeros_like(mask)
-    out[max(down, 0):height + min(down, 0), max(right, 0):width + min(right, 0)] = \
-        mask[max(-down, 0):height + min(-down, 0), max(-right, 0):width + min(-right, 0)]
-    return out

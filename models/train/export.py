@@ -14,11 +14,12 @@ def main():
     parser.add_argument("folder", help="where the model files go")
     arguments = parser.parse_args()
     trained = torch.load(arguments.weights)
-    network = Network(trained["quality"])
+    quality = trained["told"]["quality"]
+    network = Network(quality, trained["told"]["plan"])
     network.load_state_dict(trained["network"])
     network.eval()
     for family in FAMILIES:
-        path = os.path.join(arguments.folder, f"{family}_{trained['quality']}_input.dll")
+        path = os.path.join(arguments.folder, f"{family}_{quality}_input.dll")
         data = network.to_bytes(family)
         with open(path + ".part", "wb") as file:
             file.write(data)

@@ -7,9 +7,11 @@ from trunk import Trunk, emit_mask
 
 # (height, width) of the pictures, by the part of the file name.
 SIZES = {"144p": (144, 256), "360p": (360, 640)}
+# Training begins with the base, which has nothing that makes outlines finer.
 PLANS = {
-    "144p": dict(step=2, down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32], last=False),
-    "360p": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 3], up=[32, 16, 32], last=False),
+    "base": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32]),
+    "144p": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32], last="polish"),
+    "360p": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 3], up=[32, 16, 32], outline=16),
 }
 # The family's part of the file name, and what it has besides the mask. All share their weights.
 FAMILIES = {"calyr": ("heads",), "calyr_re": ("heads", "table"), "inhouse": ()}
@@ -18,12 +20,13 @@ FAMILIES = {"calyr": ("heads",), "calyr_re": ("heads", "table"), "inhouse": ()}
 class Network(nn.Module):
     """A trunk with its heads, for pictures of one size."""
 
-    def __init__(self, quality):
+    def __init__(self, quality, plan=None):
+        """plan: a name of PLANS; the quality's own unless told otherwise."""
         super().__init__()
         self.quality, self.size = quality, SIZES[quality]
-        plan = PLANS[quality]
+        plan = PLANS[plan or quality]
         self.trunk = Trunk(**plan)
-        self.heads = Heads(plan["down"][-1], plan["up"][-2], self.size, plan["step"] * 8)
+        self.heads = Heads(plan["down"][-1], plan["up"][-2], self.size, self.trunk.step * 8)
 
     def forward(self, x):
         """x: batch of 4 planes, 0 to 1. Returns mask logits, and what Heads returns."""

@@ -3,6 +3,7 @@ import numpy
 from onnx import TensorProto, checker, helper, numpy_helper
 
 OPSET = 13
+BYTES_FROM = 10_000  # weights in one layer
 IR_VERSION = 7
 
 
@@ -23,8 +24,14 @@ class Graph:
         return name
 
     def weights(self, values):
-        """Adds a large constant as 16-bit floats, which halves the file. Whoever loads it widens it once."""
-        return self.node("Cast", [self.constant(values, numpy.float16)], to=TensorProto.FLOAT)
+        """Adds weights as small as they may be: many of them as bytes with a scale for each value that they make, few as
+        16-bit floats. Whoever loads the file widens them once."""
+        if values.size < BYTES_FROM:
+            return self.node("Cast", [self.constant(values, numpy.float16)], to=TensorProto.FLOAT)
+        scale = numpy.abs(values).max(axis=tuple(range(1, values.ndim)), keepdims=True) / 127
+        scale = numpy.maximum(scale, numpy.finfo(numpy.float32).tiny)
+        bytes_ = self.node("Cast", [self.constant(numpy.rint(values / scale), numpy.int8)], to=TensorProto.FLOAT)
+        return self.node("Mul", [bytes_, self.constant(scale)])
 
     def node(self, kind, inputs, output=None, **attributes):
         """Adds a node with one output and returns that output's name."""

@@ -38,7 +38,8 @@ class Heads(nn.Module):
         self.exact = self.deep_size == (ROWS, COLUMNS)
         if not self.exact:
             self.register_buffer("down", torch.from_numpy(_resample(self.deep_size[0], ROWS, step, size[0])))
-            self.register_buffer("across", torch.from_numpy(_resample(self.deep_size[1], COLUMNS, step, size[1]).T.copy()))
+            across = _resample(self.deep_size[1], COLUMNS, step, size[1]).T.copy()
+            self.register_buffer("across", torch.from_numpy(across))
         self.grid = Conv(deep + middle, channels)
         self.face_near = Conv(channels, channels)
         self.face = nn.Conv2d(channels, 5, 1)
@@ -67,11 +68,10 @@ class Heads(nn.Module):
         face = graph.node("Sigmoid", [graph.convolution(self.face, self.face_near.emit(graph, x))])
         scale, offset = face_scale_and_offset()
         face = graph.node("Add", [graph.node("Mul", [face, graph.constant(scale)]), graph.constant(offset)])
-        face = graph.node("Reshape", [face, graph.constant([1, 1, 5, ROWS * COLUMNS], "int64")])
-        face = graph.node("Transpose", [face], perm=[0, 1, 3, 2])
-        face = graph.node("MatMul", [face, graph.constant(template_matrix())])
+        face = graph.node("Transpose", [face], perm=[0, 2, 3, 1])
+        face = graph.node("Reshape", [face, graph.constant([1, 1, ROWS, COLUMNS, 5], "int64")])
         shape = [1, 1, ROWS, COLUMNS, 5 + 3 * POINTS]
-        graph.node("Reshape", [face, graph.constant(shape, "int64")], output="faces_and_landmarks")
+        graph.node("MatMul", [face, graph.constant(template_matrix())], output="faces_and_landmarks")
         graph.output("faces_and_landmarks", shape)
 
         arms = graph.node("Flatten", [self.arms_near.emit(graph, x)])
@@ -97,8 +97,7 @@ def emit_motion(graph):
     previous = graph.node("Slice", ["input", *planes])
     mask = graph.node("Sub", ["segmentation", graph.constant(0.5)])
     change = graph.node("Abs", [graph.node("Sub", [mask, previous])])
-    change = graph.node("ReduceMean", [change], axes=[0, 1, 2], keepdims=0)
-    change = graph.node("ReduceMean", [change], axes=[0], keepdims=1)
+    change = graph.node("Reshape", [graph.node("GlobalAveragePool", [change]), graph.constant([1], "int64")])
     graph.node("Mul", [change, graph.constant(1 / 255)], output="motion")
     graph.output("motion", [1])
 

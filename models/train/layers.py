@@ -8,30 +8,36 @@ def convolve(layer, x):
     """Runs a convolution. PyTorch 1.13 takes ten times as long for 1x1 on a processor as for 1x3 with two zeros."""
     if layer.kernel_size != (1, 1):
         return layer(x)
-    return functional.conv2d(x, functional.pad(layer.weight, (1, 1)), layer.bias, layer.stride, (0, 1))
+    return functional.conv2d(x, functional.pad(layer.weight, (1, 1)), layer.bias, layer.stride, (0, 1),
+                             groups=layer.groups)
 
 
 class Conv(nn.Module):
-    """Convolution, batch norm and, unless told otherwise, a ReLU. Keeps sizes but for the stride."""
+    """Convolution and, unless told otherwise, batch norm and a ReLU. Keeps sizes but for the stride."""
 
-    def __init__(self, inside, outside, kernel=3, stride=1, groups=1, relu=True):
+    def __init__(self, inside, outside, kernel=3, stride=1, groups=1, relu=True, norm=True):
         super().__init__()
-        self.conv = nn.Conv2d(inside, outside, kernel, stride, kernel // 2, groups=groups, bias=False)
-        self.norm = nn.BatchNorm2d(outside, momentum=0.05)
+        self.conv = nn.Conv2d(inside, outside, kernel, stride, kernel // 2, groups=groups, bias=not norm)
+        self.norm = nn.BatchNorm2d(outside, momentum=0.05) if norm else None
         self.relu = relu
         nn.init.kaiming_normal_(self.conv.weight, nonlinearity="relu")
 
     def forward(self, x, add=None):
-        x = self.norm(convolve(self.conv, x))
+        x = convolve(self.conv, x)
+        if self.norm is not None:
+            x = self.norm(x)
         if add is not None:
             x = x + add
         return functional.relu(x, inplace=True) if self.relu else x
 
     def emit(self, graph, x, add=None, scale=1.0):
         """Writes the nodes; `scale` is folded into the weights and stands for a factor on the input."""
-        gain = self.norm.weight / torch.sqrt(self.norm.running_var + self.norm.eps)
-        weight = self.conv.weight * gain[:, None, None, None] * scale
-        x = graph.convolution(self.conv, x, weight, self.norm.bias - self.norm.running_mean * gain)
+        if self.norm is None:
+            weight, bias = self.conv.weight, self.conv.bias
+        else:
+            gain = self.norm.weight / torch.sqrt(self.norm.running_var + self.norm.eps)
+            weight, bias = self.conv.weight * gain[:, None, None, None], self.norm.bias - self.norm.running_mean * gain
+        x = graph.convolution(self.conv, x, weight * scale, bias)
         if add is not None:
             x = graph.node("Add", [x, add])
         return graph.node("Relu", [x]) if self.relu else x
@@ -51,6 +57,25 @@ class Residual(nn.Module):
 
     def emit(self, graph, x):
         return self.second.emit(graph, self.first.emit(graph, x), add=x)
+
+
+class Polish(nn.Module):
+    """Looks around in each channel for itself, mixes the channels, adds that to the input, which must not be negative,
+    as behind a ReLU: then it changes nothing at first. No batch norm: where maps are large, that takes as long in
+    training as a convolution."""
+
+    def __init__(self, channels):
+        super().__init__()
+        self.look = Conv(channels, channels, groups=channels, norm=False)
+        self.mix = Conv(channels, channels, kernel=1, norm=False)
+        nn.init.zeros_(self.mix.conv.weight)
+        nn.init.zeros_(self.mix.conv.bias)
+
+    def forward(self, x):
+        return self.mix(self.look(x), add=x)
+
+    def emit(self, graph, x):
+        return self.mix.emit(graph, self.look.emit(graph, x), add=x)
 
 
 class InvertedResidual(nn.Module):

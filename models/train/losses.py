@@ -3,16 +3,19 @@ import torch
 from torch.nn import functional
 
 
-def mask_loss(logits, target, weight):
-    """Cross entropy with a weight for each pixel, and one minus the soft intersection over union of each picture."""
+def mask_loss(logits, target, weight, overlap_weight, floor):
+    """Cross entropy with a weight for each pixel, plus overlap_weight times one minus the soft intersection over union,
+    which is taken of each picture for itself.
+
+    floor: share of the picture that is added to intersection and union. It keeps an empty picture's part small until
+    something is found in it; the smaller it is, the more small figures count, and what is found where nobody is."""
     entropy = functional.binary_cross_entropy_with_logits(logits, target, weight)
     part = torch.sigmoid(logits)
     both = (part * target).sum((1, 2, 3))
     either = (part + target - part * target).sum((1, 2, 3))
     pixels = target.shape[2] * target.shape[3]
-    # The hundredth keeps an empty picture's share small until something is found in it.
-    overlap = (both + 0.01 * pixels) / (either + 0.01 * pixels)
-    return entropy + 0.5 * (1 - overlap).mean()
+    overlap = (both + floor * pixels) / (either + floor * pixels)
+    return entropy + overlap_weight * (1 - overlap).mean()
 
 
 def face_loss(face, score, box):

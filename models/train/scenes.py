@@ -5,7 +5,6 @@ import numpy
 
 from families import SIZES
 
-FRAMES = 4  # per scene, as told to draw_scenes
 # Places in a frame's 16 floats: people seen, two faces of five values, the arms on the picture's left and right.
 PEOPLE, FACES, ARMS = 0, (1, 6), (11, 12)
 
@@ -13,17 +12,19 @@ PEOPLE, FACES, ARMS = 0, (1, 6), (11, 12)
 class Scenes:
     """The scenes of one file, which stays on the disk.
 
-    pictures: scenes x frames x height x width x 3 bytes; masks: scenes x frames x height x width bytes."""
+    pictures: scenes x frames x height x width x 3 bytes; masks: scenes x frames x height x width bytes.
+    frames: of each scene, as told to draw_scenes; the file itself doesn't tell. Raises ValueError when its size can't
+    be."""
 
-    def __init__(self, path, quality):
+    def __init__(self, path, quality, frames):
         self.height, self.width = SIZES[quality]
         frame = numpy.dtype([("picture", "u1", (self.height, self.width, 3)), ("mask", "u1", (self.height, self.width)),
                              ("facts", "<f4", 16)])
-        count = os.path.getsize(path) // (frame.itemsize * FRAMES)
-        if count == 0 or os.path.getsize(path) != count * frame.itemsize * FRAMES:
-            raise ValueError(f"{path} holds no whole number of scenes of {self.width}x{self.height}")
-        frames = numpy.memmap(path, frame, "r").reshape(count, FRAMES)
-        self.pictures, self.masks, self._facts = frames["picture"], frames["mask"], frames["facts"]
+        count = os.path.getsize(path) // (frame.itemsize * frames)
+        if count == 0 or os.path.getsize(path) != count * frame.itemsize * frames:
+            raise ValueError(f"{path} holds no whole number of scenes of {frames} frames of {self.width}x{self.height}")
+        drawn = numpy.memmap(path, frame, "r").reshape(count, frames)
+        self.pictures, self.masks, self._facts = drawn["picture"], drawn["mask"], drawn["facts"]
 
     def faces(self, scene, frame):
         """Returns the seen faces: middle, width and height, in parts of the picture."""

@@ -11,24 +11,27 @@ from families import PLANS, SIZES
 from graph import Graph
 from trunk import Trunk, emit_mask
 
+LARGER = dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 3], up=[32, 16, 32])
 SHAPES = {
     "144p": {
         "chosen": PLANS["144p"],
-        "one_block_less": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 2], up=[16, 16, 32], last=False),
-        "small": dict(down=[8, 16, 32, 48], depth=[0, 0, 1, 1], up=[8, 16, 32], last=False),
-        "block_at_quarter": dict(down=[16, 32, 48, 64], depth=[0, 1, 1, 2], up=[16, 16, 32], last=False),
-        "last_convolution": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 2], up=[16, 16, 32], last=True),
-        "inverted": dict(down=[16, 32, 48, 64], depth=[0, 1, 2, 3], up=[16, 16, 32], kind="inverted", last=False),
-        "narrow": dict(down=[8, 16, 24, 32], depth=[0, 0, 1, 2], up=[8, 8, 16], last=False),
-        "wide": dict(down=[16, 32, 64, 96], depth=[0, 1, 1, 2], up=[16, 32, 48], last=False),
+        "without_polish": PLANS["base"],
+        "convolution_for_polish": PLANS["base"] | dict(last="convolution"),
+        "one_block_less": PLANS["base"] | dict(depth=[0, 0, 1, 2]),
+        "block_at_quarter": PLANS["base"] | dict(depth=[0, 1, 1, 2]),
+        "inverted": PLANS["base"] | dict(depth=[0, 1, 2, 3], kind="inverted"),
+        "small": dict(down=[8, 16, 32, 48], depth=[0, 0, 1, 1], up=[8, 16, 32]),
+        "narrow": dict(down=[8, 16, 24, 32], depth=[0, 0, 1, 2], up=[8, 8, 16]),
+        "wide": dict(down=[16, 32, 64, 96], depth=[0, 1, 1, 2], up=[16, 32, 48]),
     },
     "360p": {
         "chosen": PLANS["360p"],
-        "one_block_less": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 2], up=[32, 16, 32], last=False),
-        "small": dict(step=4, down=[16, 16, 32, 48], depth=[0, 0, 1, 1], up=[16, 16, 32], last=False),
-        "step_of_two": dict(down=[16, 16, 32, 48, 64], depth=[0, 0, 0, 1, 2], up=[16, 16, 16, 32], last=False),
-        "last_convolution": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 2], up=[32, 16, 32], last=True),
-        "inverted": dict(step=4, down=[32, 32, 48, 64], depth=[0, 1, 2, 3], up=[32, 16, 32], kind="inverted", last=False),
+        "without_outline": LARGER,
+        "convolution_at_quarter": LARGER | dict(last="convolution"),
+        "one_block_less": LARGER | dict(depth=[0, 0, 1, 2]),
+        "inverted": LARGER | dict(depth=[0, 1, 2, 3], kind="inverted"),
+        "small": dict(step=4, down=[16, 16, 32, 48], depth=[0, 0, 1, 1], up=[16, 16, 32]),
+        "step_of_two": dict(down=[16, 16, 32, 48, 64], depth=[0, 0, 0, 1, 2], up=[16, 16, 16, 32]),
     },
 }
 

@@ -5,25 +5,35 @@ SUB = 2  # pixels of 640 x 360 along the side of what a network for 256 x 144 ta
 
 
 def take_over(state, network):
-    """Starts from another network's weights.
+    """Starts from another network's weights, and returns a line that tells how much of it there was to take.
 
     One for 640 x 360 that starts from one for 256 x 144 first computes what that one makes of the picture at half its
-    size: the first convolution's weights are spread over squares of 2 x 2 pixels, the last one's values go to each pixel
-    of such a square. Channels that it has more of start with their own values, and with no say in the others."""
+    size: the first convolution's weights are spread over squares of 2 x 2 pixels, the last one's values go to each
+    pixel of such a square. Channels that it has more of start with their own values, and with no say in the others.
+    Ends the program when the other network doesn't fit into this one."""
     own = network.state_dict()
+    whole, part = 0, 0
     for name, value in state.items():
         if name not in own:
             continue
         target = own[name]
-        if name == "trunk.shrink.0.conv.weight" and target.shape[2:] != value.shape[2:]:
+        if name == "trunk.shrink.0.conv.weight" and (value.shape[2:], target.shape[2:]) == ((3, 3), (7, 7)):
             value = _spread(value)
-        if name.startswith("trunk.mask.") and target.shape[0] != value.shape[0]:
+        if name.startswith("trunk.mask.") and (len(value), len(target)) == (4, 16):
             value = _repeat(value)
+        if value.dim() != target.dim() or any(a > b for a, b in zip(value.shape, target.shape)):
+            raise SystemExit(f"{name} is {list(value.shape)} in the weights to start from, too much for "
+                             f"{list(target.shape)}")
         if target.shape == value.shape:
             own[name] = value.clone()
-        elif target.dim() == value.dim():
+            whole += 1
+        else:
             _corner(target, value)
+            part += 1
+    if whole + part == 0:
+        raise SystemExit("nothing in the weights to start from has a place in this network")
     network.load_state_dict(own)
+    return f"starts from {whole} tensors as they were, {part} in part; {len(own) - whole - part} are new"
 
 
 def _spread(weight):

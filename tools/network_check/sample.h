@@ -6,8 +6,8 @@
 
 namespace network_check {
 
-// The mask that the model makes of a held-out scene, after its own mask of the same picture, as a PGM file: what is kept
-// to compare with what other systems make of it. Throws std::runtime_error.
+// The mask that the model makes of a held-out scene, after its own mask of the same picture, as a PGM file: what is
+// kept to compare with what other systems make of it. Throws std::runtime_error.
 std::string SampleMask(ModelRun& model);
 
 }  // namespace network_check

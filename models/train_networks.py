@@ -2,10 +2,10 @@
 """Trains the six reference networks from nothing and writes them to models/. Takes hours on a processor
 (docs/networks.md tells how many); only whoever wants other networks runs it.
 
-Installs PyTorch and ONNX from Debian where they are missing, draws the scenes, trains two sets of weights (the
-families share them), writes the model files and the masks that the tests compare with, and lets network_check run the
-files through the stand-in library on scenes that training never saw. Stopped, it goes on with what is in the work
-folder; an empty one means from nothing.
+Installs what a build needs, and PyTorch and ONNX, from Debian where they are missing, draws the scenes, trains two sets
+of weights (the families share them), writes the model files and the masks that the tests compare with, and lets
+network_check run the files through the stand-in library on scenes that training never saw. Stopped, it goes on with
+what is in the work folder; an empty one means from nothing.
 """
 import argparse
 import os
@@ -102,7 +102,9 @@ def main():
     os.makedirs(arguments.work, exist_ok=True)
     start = time.time()
 
+    run(os.path.join(ROOT, "scripts", "install-packages"))
     run(os.path.join(ROOT, "scripts", "install-packages"), "python3-torch", "python3-onnx")
+    run(os.path.join(ROOT, "scripts", "fetch-onnxruntime"))
     run("cmake", "--preset", "linux", "-S", ROOT)
     run("cmake", "--build", BUILD, "--target", "draw_scenes")
     for index, stage in enumerate(STAGES):

@@ -8,10 +8,11 @@ from trunk import Trunk, emit_mask
 # (height, width) of the pictures, by the part of the file name.
 SIZES = {"144p": (144, 256), "360p": (360, 640)}
 # Training begins with the base, which has nothing that makes outlines finer.
+BASE = dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32])
 PLANS = {
-    "base": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32]),
-    "144p": dict(down=[16, 32, 48, 64], depth=[0, 0, 1, 3], up=[16, 16, 32], last="polish"),
-    "360p": dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 3], up=[32, 16, 32], outline=16),
+    "base": BASE,
+    "144p": BASE | dict(last="polish"),
+    "360p": BASE | dict(step=4, down=[32, 32, 48, 64], up=[32, 16, 32], outline=16),
 }
 # The family's part of the file name, and what it has besides the mask. All share their weights.
 FAMILIES = {"calyr": ("heads",), "calyr_re": ("heads", "table"), "inhouse": ()}

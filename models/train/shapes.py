@@ -7,19 +7,19 @@ import os
 
 import torch
 
-from families import PLANS, SIZES
+from families import BASE, PLANS, SIZES
 from graph import Graph
 from trunk import Trunk, emit_mask
 
-LARGER = dict(step=4, down=[32, 32, 48, 64], depth=[0, 0, 1, 3], up=[32, 16, 32])
+LARGER = PLANS["360p"] | dict(outline=0)
 SHAPES = {
     "144p": {
         "chosen": PLANS["144p"],
-        "without_polish": PLANS["base"],
-        "convolution_for_polish": PLANS["base"] | dict(last="convolution"),
-        "one_block_less": PLANS["base"] | dict(depth=[0, 0, 1, 2]),
-        "block_at_quarter": PLANS["base"] | dict(depth=[0, 1, 1, 2]),
-        "inverted": PLANS["base"] | dict(depth=[0, 1, 2, 3], kind="inverted"),
+        "without_polish": BASE,
+        "convolution_for_polish": BASE | dict(last="convolution"),
+        "one_block_less": BASE | dict(depth=[0, 0, 1, 2]),
+        "block_at_quarter": BASE | dict(depth=[0, 1, 1, 2]),
+        "inverted": BASE | dict(depth=[0, 1, 2, 3], kind="inverted"),
         "small": dict(down=[8, 16, 32, 48], depth=[0, 0, 1, 1], up=[8, 16, 32]),
         "narrow": dict(down=[8, 16, 24, 32], depth=[0, 0, 1, 2], up=[8, 8, 16]),
         "wide": dict(down=[16, 32, 64, 96], depth=[0, 1, 1, 2], up=[16, 32, 48]),

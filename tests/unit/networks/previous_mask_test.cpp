@@ -30,50 +30,63 @@ std::vector<std::uint8_t> Spoiled(const std::vector<std::uint8_t>& rgb, std::uin
     return spoiled;
 }
 
+struct Overlaps {
+    double alone = 0;  // of what an empty previous mask gives
+    double after = 0;  // of what another one gives
+};
+
+// The means over a few held-out scenes of what `look` tells of each: look(its frame, its number, 0 and up).
+template <class Look>
+Overlaps MeansOverScenes(const network_check::ModelRun& model, const Look& look) {
+    Overlaps means;
+    for (std::uint32_t i = 0; i < kScenes; ++i) {
+        const Overlaps one = look(Draw(model, network_check::kFirstSeed + i), i);
+        means.alone += one.alone / kScenes;
+        means.after += one.after / kScenes;
+    }
+    return means;
+}
+
 class PreviousMask : public testing::TestWithParam<std::string> {};
 
 TEST_P(PreviousMask, HelpsWhereThePictureIsHardToSee) {
     auto& model = Model(GetParam());
-    double alone = 0;
-    double following = 0;
-    for (std::uint32_t i = 0; i < kScenes; ++i) {
-        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + i);
+    const Overlaps means = MeansOverScenes(model, [&model](const scenes::Frame& frame, std::uint32_t i) {
         const std::vector<std::uint8_t> rgb = Spoiled(frame.rgb, i + 1);
-        alone += Overlap(model.Infer(rgb, Empty(model)), frame.mask);
-        following += Overlap(model.Infer(rgb, frame.mask), frame.mask);
-    }
-    EXPECT_GT(following / kScenes, alone / kScenes + 0.03);
+        Overlaps one;
+        one.alone = Overlap(model.Infer(rgb, Empty(model)), frame.mask);
+        one.after = Overlap(model.Infer(rgb, frame.mask), frame.mask);
+        return one;
+    });
+    EXPECT_GT(means.after, means.alone + 0.03);
 }
 
 TEST_P(PreviousMask, IsOvercomeWhereItIsWrong) {
     auto& model = Model(GetParam());
-    double alone = 0;
-    double afterWrong = 0;
-    for (std::uint32_t i = 0; i < kScenes; ++i) {
-        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + i);
+    const Overlaps means = MeansOverScenes(model, [&model](const scenes::Frame& frame, std::uint32_t i) {
         std::vector<std::uint8_t> mask = Draw(model, network_check::kFirstSeed + i + 1).mask;
         for (int round = 0; round < 4; ++round)
             mask = model.Infer(frame.rgb, mask);
-        afterWrong += Overlap(mask, frame.mask);
-        alone += Overlap(model.Infer(frame.rgb, Empty(model)), frame.mask);
-    }
-    EXPECT_GT(afterWrong / kScenes, alone / kScenes - 0.05);
+        Overlaps one;
+        one.alone = Overlap(model.Infer(frame.rgb, Empty(model)), frame.mask);
+        one.after = Overlap(mask, frame.mask);
+        return one;
+    });
+    EXPECT_GT(means.after, means.alone - 0.05);
 }
 
 // On a picture that stands still but for its noise.
 TEST_P(PreviousMask, MakesMasksSteadier) {
     auto& model = Model(GetParam());
-    double alone = 0;
-    double following = 0;
-    for (std::uint32_t i = 0; i < kScenes; ++i) {
-        const scenes::Frame frame = Draw(model, network_check::kFirstSeed + i);
-        const std::vector<std::uint8_t> first = Spoiled(frame.rgb, i + 1);
+    const Overlaps means = MeansOverScenes(model, [&model](const scenes::Frame& frame, std::uint32_t i) {
         const std::vector<std::uint8_t> second = Spoiled(frame.rgb, i + 1 + kScenes);
-        const std::vector<std::uint8_t> mask = model.Infer(first, Empty(model));
-        alone += Overlap(model.Infer(second, Empty(model)), mask);
-        following += Overlap(model.Infer(second, mask), mask);
-    }
-    EXPECT_GT(following / kScenes, alone / kScenes);
+        const std::vector<std::uint8_t> mask = model.Infer(Spoiled(frame.rgb, i + 1), Empty(model));
+        Overlaps one;
+        one.alone = Overlap(model.Infer(second, Empty(model)), mask);
+        one.after = Overlap(model.Infer(second, mask), mask);
+        return one;
+    });
+    EXPECT_GT(means.after, means.alone);
 }
 
 INSTANTIATE_TEST_SUITE_P(Reference, PreviousMask, testing::Values("calyr_144p", "inhouse_360p"),
